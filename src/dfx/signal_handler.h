@@ -1,0 +1,4 @@
+// Crash handling entry points.
+#pragma once
+
+extern "C" void DFX_InstallSignalHandler();

@@ -1,0 +1,31 @@
+// bionic's start-up interface and the Android loader's shared-globals record.
+#pragma once
+
+#include <stdint.h>
+
+extern "C" {
+
+// bionic: libc/private/bionic_globals.h / KernelArgumentBlock start-up path.
+struct structors_array_t {
+  void (**preinit_array)(void);
+  void (**init_array)(void);
+  void (**fini_array)(void);
+};
+
+// Runs exit(slingshot(argc, argv, envp)); raw_args is the address of argc on the initial stack.
+[[noreturn]] void __libc_init(void* raw_args, void (*onexit)(void),
+                              int (*slingshot)(int, char**, char**),
+                              structors_array_t const* const structors);
+
+// The loader's process-wide record; the adaptor reads only the words named below.
+void* __loader_shared_globals(void);
+
+void android_set_abort_message(const char* msg);
+
+int __cxa_atexit(void (*fn)(void*), void* arg, void* dso_handle);
+
+}  // extern "C"
+
+// Words of the shared-globals record that describe the guest executable's termination array.
+inline constexpr uint32_t kSharedGlobalsFiniArray = 0x53C;
+inline constexpr uint32_t kSharedGlobalsFiniCount = 0x540;
