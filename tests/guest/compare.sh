@@ -10,6 +10,9 @@ adaptor=$1 reference=$2 source=$3
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 args=$(sed -n 's|^// guest-args: *||p' "$source" | head -n 1)
 sed_file=${source%.c}.adaptor.sed
+for p in "$adaptor" "$reference"; do
+  [ -x "$p" ] || { echo "no guest program at $p"; exit 1; }
+done
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/kelp-guest.XXXXXX")
 trap 'rm -rf "$work"' EXIT
