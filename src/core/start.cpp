@@ -25,6 +25,7 @@ namespace {
 constexpr uintptr_t kAllOnes = 0xFFFFFFFFu;
 
 uint32_t SharedGlobalsWord(uint32_t offset) {
+  if (__loader_shared_globals == nullptr) return 0;  // a loader without the record: no array
   uint32_t word;
   memcpy(&word, static_cast<const uint8_t*>(__loader_shared_globals()) + offset, sizeof(word));
   return word;

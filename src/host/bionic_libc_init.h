@@ -17,8 +17,9 @@ struct structors_array_t {
                               int (*slingshot)(int, char**, char**),
                               structors_array_t const* const structors);
 
-// The loader's process-wide record; the adaptor reads only the words named below.
-void* __loader_shared_globals(void);
+// The loader's process-wide record; the adaptor reads only the words named below. It is the
+// dynamic linker's own symbol, which the NDK has no stub for: referenced weakly.
+void* __loader_shared_globals(void) __attribute__((weak));
 
 void android_set_abort_message(const char* msg);
 
