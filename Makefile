@@ -23,7 +23,7 @@ demo: build
 
 bench: build
 	cmake --build --preset $(PRESET) --target benchmarks
-	@for b in $(BUILD_DIR)/bench/*; do echo "== $$b"; qemu-arm -L /usr/arm-linux-gnueabihf $$b; done
+	@for b in $(BUILD_DIR)/bench/*; do echo "== $$b"; qemu-arm $$b; done
 
 clean:
 	rm -rf build

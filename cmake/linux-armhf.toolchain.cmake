@@ -16,4 +16,6 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY BOTH)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE BOTH)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE BOTH)
 
-set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm;-L;${KELP_SYSROOT})
+# Programs run on Debian's multiarch armhf runtime (libc6:armhf, /lib/ld-linux-armhf.so.3), not
+# under -L on the cross sysroot: that glibc build crashes in every fork() child under qemu-arm.
+set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm)
