@@ -1,0 +1,66 @@
+// Process times, child status with resource usage, file times and the other 64-bit time
+// entries that pass a time record to the kernel or to bionic.
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <sys/timex.h>
+#include <sys/wait.h>
+#include <time.h>
+#include <unistd.h>
+#include <utime.h>
+
+#include "core/export.h"
+#include "host/bionic_errno.h"
+#include "translate/time_convert.h"
+
+static_assert(sizeof(struct rusage) == sizeof(HostRusage), "host rusage is bionic's");
+static_assert(sizeof(struct utimbuf) == sizeof(HostUtimbuf));
+
+namespace {
+constexpr long kGetrusage = 77;
+constexpr long kSemtimedop = 312;
+}  // namespace
+
+KELP_EXPORT int __utime64(const char* path, const GuestUtimbuf* times) {
+  HostUtimbuf host = {};
+  if (times != nullptr) utimbuf_musl2bionic(times, &host);
+  return utime(path, times != nullptr ? reinterpret_cast<utimbuf*>(&host) : nullptr);
+}
+KELP_EXPORT int kelp_adaptor_utime(const char*, const GuestUtimbuf*) KELP_ALIAS(__utime64);
+
+KELP_EXPORT pid_t __wait4_time64(pid_t pid, int* status, int options, GuestRusage* usage) {
+  HostRusage host = {};
+  if (usage != nullptr) rusage_musl2bionic(usage, &host);
+  pid_t result =
+      wait4(pid, status, options, usage != nullptr ? reinterpret_cast<rusage*>(&host) : nullptr);
+  if (usage != nullptr) rusage_bionic2musl(usage, &host);
+  return result;
+}
+KELP_EXPORT pid_t kelp_adaptor_wait4(pid_t, int*, int, GuestRusage*) KELP_ALIAS(__wait4_time64);
+
+// The guest's record goes to bionic as it is, without the conversion wait4 does.
+KELP_EXPORT pid_t __wait3_time64(int* status, int options, GuestRusage* usage) {
+  return wait4(-1, status, options, reinterpret_cast<rusage*>(usage));
+}
+
+// The kernel writes its own layout into the guest record. The generic syscall() entry fails
+// with -1, which reads as a raw error and so leaves errno 1 (EPERM): the guest ABI's result.
+KELP_EXPORT int __getrusage_time64(int who, GuestRusage* usage) {
+  long result = syscall(kGetrusage, who, usage);
+  if (result == 0) return 0;
+  if (static_cast<unsigned long>(result) <= 0xFFFFF000UL) return static_cast<int>(result);
+  errno = static_cast<int>(-result);
+  return -1;
+}
+
+KELP_EXPORT int __semtimedop_time64(int id, void* ops, size_t count,
+                                    const GuestTimespec* timeout) {
+  return static_cast<int>(syscall(kSemtimedop, id, ops, count, timeout));
+}
+KELP_EXPORT int kelp_adaptor_semtimedop(int, void*, size_t, const GuestTimespec*)
+    KELP_ALIAS(__semtimedop_time64);
+
+KELP_EXPORT int __adjtimex_time64(struct timex* tx) { return adjtimex(tx); }
+
+KELP_EXPORT int __clock_adjtime64(clockid_t clk, struct timex* tx) {
+  return clock_adjtime(clk, tx);
+}

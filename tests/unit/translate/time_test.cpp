@@ -1,0 +1,215 @@
+// The 64-bit time entry points, called as a guest calls them.
+#include <errno.h>
+#include <signal.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/resource.h>
+#include <sys/timerfd.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "translate/time_guest.h"
+
+namespace {
+constexpr int32_t kPadSentinel = 0x5A5A5A5A;
+
+int64_t HostNow() {
+  struct timespec now;
+  clock_gettime(CLOCK_REALTIME, &now);
+  return now.tv_sec;
+}
+}  // namespace
+
+TEST(time64, clock_reads_fill_the_guest_record) {
+  GuestTimespec ts = {0, 0, kPadSentinel};
+  ASSERT_EQ(0, GUEST(__clock_gettime64)(CLOCK_REALTIME, &ts));
+  EXPECT_NEAR(HostNow(), ts.tv_sec, 2);
+  EXPECT_LT(ts.tv_nsec, 1000000000);
+  EXPECT_EQ(0, ts.pad) << "the kernel's 64-bit record zeroes the upper nanosecond half";
+
+  GuestTimespec res = {};
+  EXPECT_EQ(0, GUEST(__clock_getres_time64)(CLOCK_MONOTONIC, &res));
+  EXPECT_GT(res.tv_nsec + res.tv_sec, 0);
+
+  errno = 0;
+  EXPECT_EQ(-1, GUEST(__clock_gettime64)(12345, &ts));
+  EXPECT_EQ(EINVAL, errno);
+
+  int64_t stored = 0;
+  int64_t now = GUEST(__time64)(&stored);
+  EXPECT_EQ(now, stored);
+  EXPECT_NEAR(HostNow(), now, 2);
+  EXPECT_NEAR(HostNow(), GUEST(__time64)(nullptr), 2);
+}
+
+TEST(time64, gettimeofday_null_and_values) {
+  char tz[8];
+  memset(tz, 0x77, sizeof(tz));
+  EXPECT_EQ(0, GUEST(__gettimeofday_time64)(nullptr, tz));
+  GuestTimeval tv = {};
+  EXPECT_EQ(0, GUEST(__gettimeofday_time64)(&tv, tz));
+  EXPECT_NEAR(HostNow(), tv.tv_sec, 2);
+  EXPECT_GE(tv.tv_usec, 0);
+  EXPECT_LT(tv.tv_usec, 1000000);
+  for (char c : tz) EXPECT_EQ(0x77, c) << "the time zone is never written";
+}
+
+TEST(time64, clock_nanosleep_thread_cpu_clock_fails_without_a_system_call) {
+  GuestTimespec req = {0, 1000, 0};
+  errno = 1234;
+  EXPECT_EQ(22, GUEST(__clock_nanosleep_time64)(3, 0, &req, nullptr));
+  EXPECT_EQ(1234, errno);  // a system call would have set it
+  EXPECT_EQ(0, GUEST(__clock_nanosleep_time64)(CLOCK_MONOTONIC, 0, &req, nullptr));
+  GuestTimespec bad = {0, 2000000000, 0};
+  EXPECT_EQ(EINVAL, GUEST(__clock_nanosleep_time64)(CLOCK_MONOTONIC, 0, &bad, nullptr));
+  EXPECT_EQ(EINVAL, errno);
+}
+
+TEST(time64, sleeps_write_back_as_specified) {
+  GuestTimespec req = {0, 1000000, kPadSentinel};
+  GuestTimespec rem = {99, 99, kPadSentinel};
+  EXPECT_EQ(0, GUEST(__nanosleep_time64)(&req, &rem));
+  EXPECT_EQ(0, req.tv_sec);
+  EXPECT_EQ(1000000, req.tv_nsec);
+  EXPECT_EQ(kPadSentinel, req.pad);
+
+  rem = {99, 99, kPadSentinel};
+  EXPECT_EQ(0, GUEST(__thrd_sleep_time64)(&req, &rem));
+  EXPECT_EQ(0, rem.tv_sec);  // a zeroed host remainder, written back
+  EXPECT_EQ(0, rem.tv_nsec);
+  EXPECT_EQ(kPadSentinel, rem.pad);
+}
+
+TEST(time64, posix_timer_round_trip) {
+  timer_t id;
+  struct sigevent event = {};
+  event.sigev_notify = SIGEV_NONE;
+  ASSERT_EQ(0, timer_create(CLOCK_MONOTONIC, &event, &id));
+  GuestItimerspec value = {{0, 0, 0}, {10, 500, 0}};
+  GuestItimerspec old = {{1, 1, kPadSentinel}, {1, 1, kPadSentinel}};
+  EXPECT_EQ(0, GUEST(__timer_settime64)(id, 0, &value, &old));
+  EXPECT_EQ(0, old.it_value.tv_sec);
+  EXPECT_EQ(0, old.it_value.tv_nsec);
+  EXPECT_EQ(kPadSentinel, old.it_value.pad);
+
+  GuestItimerspec current = {};
+  EXPECT_EQ(0, GUEST(__timer_gettime64)(id, &current));
+  EXPECT_GE(current.it_value.tv_sec, 9);
+  EXPECT_LE(current.it_value.tv_sec, 10);
+  EXPECT_LT(current.it_value.tv_nsec, 1000000000);
+  timer_delete(id);
+}
+
+TEST(time64, timerfd_round_trip_and_expiry) {
+  int fd = timerfd_create(CLOCK_MONOTONIC, 0);
+  ASSERT_GE(fd, 0);
+  GuestItimerspec value = {{0, 0, 0}, {0, 20000000, 0}};
+  EXPECT_EQ(0, GUEST(__timerfd_settime64)(fd, 0, &value, nullptr));
+  GuestItimerspec current = {};
+  EXPECT_EQ(0, GUEST(__timerfd_gettime64)(fd, &current));
+  EXPECT_EQ(0, current.it_value.tv_sec);
+  EXPECT_GT(current.it_value.tv_nsec, 0);
+  EXPECT_LE(current.it_value.tv_nsec, 20000000);
+  uint64_t expirations = 0;
+  EXPECT_EQ(8, read(fd, &expirations, sizeof(expirations)));  // blocks until it fires
+  EXPECT_EQ(1u, expirations);
+  close(fd);
+}
+
+TEST(time64, itimer_and_timespec_get) {
+  GuestItimerval value = {{0, 0}, {100, 0}}, old = {};
+  ASSERT_EQ(0, GUEST(__setitimer_time64)(ITIMER_VIRTUAL, &value, &old));
+  GuestItimerval current = {};
+  EXPECT_EQ(0, GUEST(__getitimer_time64)(ITIMER_VIRTUAL, &current));
+  value = {{0, 0}, {0, 0}};
+  EXPECT_EQ(0, GUEST(__setitimer_time64)(ITIMER_VIRTUAL, &value, &old));
+  EXPECT_GE(old.it_value.tv_sec, 99);
+  EXPECT_LE(old.it_value.tv_sec, 100);
+
+  GuestTimespec ts = {0, 0, kPadSentinel};
+  EXPECT_EQ(TIME_UTC, GUEST(__timespec_get_time64)(&ts, TIME_UTC));
+  EXPECT_NEAR(HostNow(), ts.tv_sec, 2);
+  EXPECT_EQ(kPadSentinel, ts.pad);
+}
+
+TEST(time64, wait4_converts_usage_of_a_real_child) {
+  pid_t child = fork();
+  if (child == 0) _exit(7);
+  GuestRusage usage;
+  memset(&usage, 0xCC, sizeof(usage));
+  int status = 0;
+  ASSERT_EQ(child, GUEST(__wait4_time64)(child, &status, 0, &usage));
+  EXPECT_TRUE(WIFEXITED(status));
+  EXPECT_EQ(7, WEXITSTATUS(status));
+  EXPECT_GE(usage.ru_utime.tv_sec, 0);
+  EXPECT_LT(usage.ru_utime.tv_usec, 1000000);
+  const auto* bytes = reinterpret_cast<const uint8_t*>(&usage);
+  for (int i = 16; i < 32; ++i) EXPECT_EQ(0xCC, bytes[i]) << "ru_stime stays as it was";
+}
+
+TEST(time64, getrusage_writes_the_kernel_record_and_fails_with_errno_1) {
+  GuestRusage usage;
+  memset(&usage, 0xCC, sizeof(usage));
+  EXPECT_EQ(0, GUEST(__getrusage_time64)(RUSAGE_SELF, &usage));
+  // The kernel's 72-byte 32-bit record, unconverted, at the start of the guest's.
+  const auto* words = reinterpret_cast<const int32_t*>(&usage);
+  EXPECT_GE(words[1], 0);
+  EXPECT_LT(words[1], 1000000) << "utime microseconds at offset 4";
+  EXPECT_GT(words[4 + 4], 0) << "ru_minflt at offset 32 of the kernel's record";
+  EXPECT_EQ(static_cast<int32_t>(0xCCCCCCCC), words[18]) << "nothing past 72 bytes";
+  errno = 0;
+  EXPECT_EQ(-1, GUEST(__getrusage_time64)(12345, &usage));
+  EXPECT_EQ(1, errno);
+}
+
+// Only the rejection paths and read-only calls: nothing here may change the machine's clock.
+TEST(time64, setting_the_clock_is_rejected_for_bad_arguments) {
+  GuestTimeval too_far = {1001, 0}, bad_usec = {0, 1000000001};
+  errno = 0;
+  EXPECT_EQ(-1, GUEST(__adjtime64)(&too_far, nullptr));
+  EXPECT_EQ(EINVAL, errno);
+  errno = 0;
+  EXPECT_EQ(-1, GUEST(__adjtime64)(&bad_usec, nullptr));
+  EXPECT_EQ(EINVAL, errno);
+  GuestTimeval old = {-9, -9};
+  EXPECT_EQ(0, GUEST(__adjtime64)(nullptr, &old));
+  EXPECT_GE(old.tv_usec, 0);
+  EXPECT_LT(old.tv_usec, 1000000);
+
+  GuestTimespec ts = {1, 0, 0};
+  errno = 0;
+  EXPECT_EQ(-1, GUEST(__clock_settime64)(12345, &ts));
+  EXPECT_EQ(EINVAL, errno);
+  GuestTimeval tv = {1, 2000000};
+  errno = 0;
+  EXPECT_EQ(-1, GUEST(__settimeofday_time64)(&tv, nullptr));
+  EXPECT_EQ(EINVAL, errno);
+}
+
+TEST(time64, ftime_and_difftime) {
+  GuestTimeb tb;
+  memset(&tb, 0x55, sizeof(tb));
+  EXPECT_EQ(0, GUEST(__ftime64)(&tb));
+  EXPECT_NEAR(HostNow(), tb.time, 2);
+  EXPECT_LT(tb.millitm, 1000);
+  EXPECT_EQ(0, tb.timezone);
+  EXPECT_EQ(0, tb.dstflag);
+  EXPECT_EQ(1099511627775.0, GUEST(__difftime64)(1LL << 40, 1));
+  EXPECT_EQ(-4294967296.0, GUEST(__difftime64)(0, 1LL << 32));
+}
+
+TEST(time64, zone_dependent_calls_past_2038) {
+  setenv("TZ", "UTC", 1);
+  tzset();
+  int64_t t = 4102444800;  // 2100-01-01
+  char buf[32];
+  ASSERT_NE(nullptr, GUEST(__ctime64_r)(&t, buf));
+  EXPECT_STREQ("Fri Jan  1 00:00:00 2100\n", buf);
+  struct tm tm = {};
+  tm.tm_year = 200;
+  tm.tm_mday = 1;
+  EXPECT_EQ(t, GUEST(__timegm_time64)(&tm));
+  EXPECT_EQ(t, GUEST(__mktime64)(&tm));
+}
