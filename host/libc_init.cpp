@@ -35,6 +35,7 @@ static_assert(offsetof(SharedGlobals, fini_count) == 0x540);
 
 alignas(8) SharedGlobals g_globals;
 int (*g_slingshot)(int, char**, char**);
+bool g_guest_started;  // set by __libc_init: only then does the stand-in run library finis
 
 struct DynamicInfo {
   uintptr_t bias = 0;
@@ -87,7 +88,8 @@ int Trampoline(int argc, char** argv, char** envp) { return g_slingshot(argc, ar
 
 // glibc's loader runs the libraries' destructors from the rtld_fini hook that its own entry
 // code passes on; musl's entry code drops it. Run them here, last loaded first, leaving out
-// glibc itself and the main executable (whose array is the adaptor's business).
+// glibc itself and the main executable (whose array is the adaptor's business). Registered at
+// load time, ahead of MuslLibcFini, so that the executable's destructors run first.
 constexpr size_t kMaxObjects = 128;
 struct LoadedObjects {
   DynamicInfo objects[kMaxObjects];
@@ -107,6 +109,7 @@ int CollectObject(dl_phdr_info* info, size_t, void* data) {
 }
 
 void RunLibraryFinis(void*) {
+  if (!g_guest_started) return;  // glibc's own start-up registered its loader's hook instead
   static LoadedObjects list;
   dl_iterate_phdr(CollectObject, &list);
   for (size_t i = list.count; i > 0; --i) {
@@ -125,6 +128,7 @@ __attribute__((constructor)) void FillSharedGlobals() {
   DynamicInfo exe = MainExecutable();
   g_globals.fini_array = static_cast<uint32_t>(exe.Address(DT_FINI_ARRAY));
   g_globals.fini_count = static_cast<uint32_t>(exe.Get(DT_FINI_ARRAYSZ) / sizeof(void*));
+  __cxa_atexit(RunLibraryFinis, nullptr, nullptr);
 }
 
 }  // namespace
@@ -150,7 +154,7 @@ KELPHOST_EXPORT [[noreturn]] void __libc_init(void* raw_args, void (*onexit)(),
   int argc = static_cast<int>(words[0]);
   auto** argv = reinterpret_cast<char**>(words + 1);
   g_slingshot = slingshot;
-  __cxa_atexit(RunLibraryFinis, nullptr, nullptr);
+  g_guest_started = true;
   if (onexit != nullptr) __cxa_atexit(reinterpret_cast<void (*)(void*)>(onexit), nullptr, nullptr);
   __libc_start_main(Trampoline, argc, argv, RunExecutableInit, nullptr, nullptr, raw_args);
   __builtin_unreachable();
