@@ -14,3 +14,10 @@
 // Gives a definition a symbol name that differs from its C++ name. Used where the host's
 // own headers declare the guest name with another signature or exception specification.
 #define KELP_SYMBOL(name) __asm__(#name)
+
+// Defines an exported entry `name` through a C++ function of another name, for guest names that
+// the host's headers declare with another signature or exception specification:
+//   KELP_ENTRY(int, __isxdigit_l, (int c, locale_t)) { ... }
+#define KELP_ENTRY(ret, name, params)                           \
+  KELP_EXPORT ret KelpEntry_##name params KELP_SYMBOL(name); \
+  ret KelpEntry_##name params
