@@ -1,0 +1,26 @@
+// bionic's thread interfaces that other C libraries lack, and the one reading of the host's
+// private thread record.
+#pragma once
+
+#include <pthread.h>
+#include <sys/types.h>
+
+extern "C" {
+#if !defined(__BIONIC__)
+pid_t pthread_gettid_np(pthread_t thread);
+
+typedef struct __pthread_cleanup_t {
+  struct __pthread_cleanup_t* __cleanup_prev;
+  void (*__cleanup_routine)(void*);
+  void* __cleanup_arg;
+} __pthread_cleanup_t;
+
+void __pthread_cleanup_push(__pthread_cleanup_t* c, void (*routine)(void*), void* arg);
+void __pthread_cleanup_pop(__pthread_cleanup_t* c, int execute);
+#endif
+
+// The kernel thread id kept in the host's own record of `thread` (on Android its third word).
+pid_t KelpHostThreadKernelId(pthread_t thread);
+}
+
+static_assert(sizeof(__pthread_cleanup_t) == 12);
