@@ -82,3 +82,25 @@ int BionicGetInheritSched(const pthread_attr_t* attr, int* value) {
   if (result == 0) *value = Flip(*value);
   return result;
 }
+
+KELPHOST_EXPORT int pthread_mutex_timedlock_monotonic_np(pthread_mutex_t* mutex,
+                                                         const struct timespec* timeout) {
+  return pthread_mutex_clocklock(mutex, CLOCK_MONOTONIC, timeout);
+}
+
+KELPHOST_EXPORT int pthread_cond_timedwait_monotonic_np(pthread_cond_t* cond,
+                                                        pthread_mutex_t* mutex,
+                                                        const struct timespec* timeout) {
+  return pthread_cond_clockwait(cond, mutex, CLOCK_MONOTONIC, timeout);
+}
+
+// bionic's C11 mutex types are bits (plain 1, recursive 2, timed 4); glibc's are plain 0,
+// recursive 1, timed 2.
+extern "C" int GlibcMtxInit(void* mutex, int type);
+__asm__(".symver GlibcMtxInit, mtx_init@GLIBC_2.34");
+
+KELPHOST_EXPORT int BionicMtxInit(void* mutex, int type) __asm__("mtx_init");
+int BionicMtxInit(void* mutex, int type) {
+  if ((type & ~7) != 0 || (type & 5) == 0 || (type & 5) == 5) return 2;  // thrd_error
+  return GlibcMtxInit(mutex, ((type & 4) != 0 ? 2 : 0) | ((type & 2) != 0 ? 1 : 0));
+}

@@ -24,3 +24,13 @@ pid_t KelpHostThreadKernelId(pthread_t thread);
 }
 
 static_assert(sizeof(__pthread_cleanup_t) == 12);
+
+#include <time.h>
+
+extern "C" {
+#if !defined(__BIONIC__)
+int pthread_mutex_timedlock_monotonic_np(pthread_mutex_t* mutex, const struct timespec* timeout);
+int pthread_cond_timedwait_monotonic_np(pthread_cond_t* cond, pthread_mutex_t* mutex,
+                                        const struct timespec* timeout);
+#endif
+}

@@ -47,7 +47,8 @@ KELP_ENTRY(int, pthread_getaffinity_np, (pthread_t thread, size_t size, cpu_set_
   return 0;
 }
 
-KELP_ENTRY(void, _pthread_cleanup_push, (GuestCleanup * record, void (*routine)(void*), void* arg)) {
+KELP_ENTRY(void, _pthread_cleanup_push,
+           (GuestCleanup * record, void (*routine)(void*), void* arg)) {
   auto* block = static_cast<__pthread_cleanup_t*>(malloc(sizeof(__pthread_cleanup_t)));
   if (block == nullptr) {
     KELP_LOG(kLogError, "Failed to malloc __pthread_cleanup_t in adaptor");
