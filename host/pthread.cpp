@@ -104,3 +104,13 @@ int BionicMtxInit(void* mutex, int type) {
   if ((type & ~7) != 0 || (type & 5) == 0 || (type & 5) == 5) return 2;  // thrd_error
   return GlibcMtxInit(mutex, ((type & 4) != 0 ? 2 : 0) | ((type & 2) != 0 ? 1 : 0));
 }
+
+KELPHOST_EXPORT int pthread_rwlock_timedrdlock_monotonic_np(pthread_rwlock_t* lock,
+                                                            const struct timespec* timeout) {
+  return pthread_rwlock_clockrdlock(lock, CLOCK_MONOTONIC, timeout);
+}
+
+KELPHOST_EXPORT int pthread_rwlock_timedwrlock_monotonic_np(pthread_rwlock_t* lock,
+                                                            const struct timespec* timeout) {
+  return pthread_rwlock_clockwrlock(lock, CLOCK_MONOTONIC, timeout);
+}

@@ -34,3 +34,10 @@ int pthread_cond_timedwait_monotonic_np(pthread_cond_t* cond, pthread_mutex_t* m
                                         const struct timespec* timeout);
 #endif
 }
+
+extern "C" {
+#if !defined(__BIONIC__)
+int pthread_rwlock_timedrdlock_monotonic_np(pthread_rwlock_t* lock, const struct timespec* timeout);
+int pthread_rwlock_timedwrlock_monotonic_np(pthread_rwlock_t* lock, const struct timespec* timeout);
+#endif
+}

@@ -12,6 +12,7 @@
 
 #include "guest/time.h"
 #include "support/fake_log_daemon.h"
+#include "support/guest_time.h"
 
 extern "C" {
 int kelp_adaptor_pthread_mutexattr_init(uint32_t*);
@@ -44,12 +45,6 @@ namespace {
 struct alignas(8) GuestMutex { uint8_t bytes[24] = {}; };
 struct alignas(8) GuestCond { uint8_t bytes[48] = {}; };
 
-GuestTimespec RealtimeIn(long ms) {
-  struct timespec now;
-  clock_gettime(CLOCK_REALTIME, &now);
-  int64_t ns = now.tv_nsec + ms * 1000000;
-  return {now.tv_sec + ns / 1000000000, static_cast<int32_t>(ns % 1000000000), 0};
-}
 
 double MonotonicSeconds() {
   struct timespec now;
