@@ -19,22 +19,8 @@
 
 #include "support/adaptor_symbol.h"
 #include "support/capture_fd.h"
+#include "support/temp_dir.h"
 
-namespace {
-class TempDir {
- public:
-  TempDir() {
-    const char* tmp = getenv("TMPDIR");
-    path_ = std::string(tmp != nullptr ? tmp : "/tmp") + "/kelp-frame.XXXXXX";
-    EXPECT_NE(nullptr, mkdtemp(path_.data()));
-  }
-  ~TempDir() { system(("rm -rf '" + path_ + "'").c_str()); }
-  std::string Path(const char* name) const { return path_ + "/" + name; }
-
- private:
-  std::string path_;
-};
-}  // namespace
 
 TEST(forwarders, sched_cpualloc_rounds_to_whole_words) {
   ADAPTOR_FN(void* (*)(size_t), cpualloc, "__sched_cpualloc");

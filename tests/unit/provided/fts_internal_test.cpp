@@ -16,6 +16,8 @@
 
 #include <gtest/gtest.h>
 
+#include "support/temp_dir.h"
+
 using namespace kelp_fts;
 
 namespace {
@@ -36,14 +38,12 @@ int ByName(const FTSENT** a, const FTSENT** b) { return strcmp((*a)->fts_name, (
 class FtsTest : public testing::Test {
  protected:
   void SetUp() override {
-    const char* tmp = getenv("TMPDIR");
-    root_ = std::string(tmp != nullptr ? tmp : "/tmp") + "/kelp-fts.XXXXXX";
-    ASSERT_NE(nullptr, mkdtemp(root_.data()));
+    root_ = MakeTempDir("kelp-fts");
     ASSERT_NE(nullptr, getcwd(cwd_, sizeof(cwd_)));
   }
   void TearDown() override {
     ASSERT_EQ(0, chdir(cwd_));
-    system(("chmod -R u+rwx '" + root_ + "' 2>/dev/null; rm -rf '" + root_ + "'").c_str());
+    RemoveTree(root_);
   }
   std::string P(const std::string& rel) const { return root_ + "/" + rel; }
   void File(const std::string& rel) { close(open(P(rel).c_str(), O_CREAT | O_WRONLY, 0644)); }
