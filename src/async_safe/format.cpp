@@ -11,7 +11,7 @@ namespace {
 
 constexpr char kAssertFile[] = "bionic/libc/async_safe/async_safe_log";
 
-struct Spec {
+struct Directive {
   bool zero_pad = false;
   bool left_align = false;
   bool sign = false;
@@ -84,7 +84,7 @@ void SendFill(Stream& out, char fill, int count) {
 }
 
 // Reads flags, width, precision and length; returns the conversion character (or NUL).
-char ParseSpec(const char*& p, Spec& spec) {
+char ParseDirective(const char*& p, Directive& spec) {
   for (;; ++p) {
     if (*p == '0') spec.zero_pad = true;
     else if (*p == '-') spec.left_align = true;
@@ -142,8 +142,8 @@ void FormatToStream(Stream& out, const char* format, va_list args_in) {
     if (*p == '\0') break;
 
     ++p;  // past '%'
-    Spec spec;
-    char conversion = ParseSpec(p, spec);
+    Directive spec;
+    char conversion = ParseDirective(p, spec);
     if (conversion == '\0') {
       out.Send("%", 1);
       break;
