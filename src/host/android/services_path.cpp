@@ -1,0 +1,3 @@
+#include "host/services_path.h"
+
+const char* KelpServicesPath() { return "/etc/services"; }
