@@ -3,6 +3,8 @@
 // bionic's through an asm label.
 #pragma once
 
+#include <sys/cdefs.h>  // says whether this is bionic
+
 #if defined(__BIONIC__)
 #include <assert.h>
 

@@ -8,10 +8,14 @@ set -euo pipefail
 src=$1 command_file=$2 sysroot=$3 work=$4
 
 mkdir -p "$work"
-tu=$work/seam_all.cpp
-for h in "$src"/host/*.h; do echo "#include \"host/$(basename "$h")\""; done >"$tu"
 mapfile -t cmd <"$command_file"
-"${cmd[@]}" -fsyntax-only -Xclang -ast-dump -fno-color-diagnostics "$tu" >"$work/seam.ast"
+# One translation unit per header, so that no header leans on what another includes.
+: >"$work/seam.ast"
+for h in "$src"/host/*.h; do
+  tu=$work/$(basename "$h" .h).cpp
+  echo "#include \"host/$(basename "$h")\"" >"$tu"
+  "${cmd[@]}" -fsyntax-only -Xclang -ast-dump -fno-color-diagnostics "$tu" >>"$work/seam.ast"
+done
 
 # Declarations written in src/host/ that redeclare nothing: "name kind" per line. The dump gives
 # a file name only where it changes, so the current file is carried from line to line.
