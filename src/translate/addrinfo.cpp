@@ -72,7 +72,8 @@ GuestAddrinfo* GuestNode(const HostAddrinfo& host) {
   }
   info.ai_addr = node->storage;
   if (host.ai_addr != nullptr) {
-    size_t size = host.ai_addrlen < kGuestAddrStorage ? host.ai_addrlen : kGuestAddrStorage;
+    size_t size = static_cast<size_t>(host.ai_addrlen);
+    if (size > kGuestAddrStorage) size = kGuestAddrStorage;
     memcpy(node->storage, host.ai_addr, size);
   }
   return &node->info;

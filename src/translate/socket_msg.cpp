@@ -3,6 +3,7 @@
 #include <stdint.h>
 #include <stdlib.h>
 #include <sys/socket.h>
+#include <time.h>
 
 #include "async_safe/log.h"
 #include "core/export.h"
