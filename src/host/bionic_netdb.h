@@ -23,6 +23,27 @@ static_assert(offsetof(HostAddrinfo, ai_canonname) == 20);
 static_assert(offsetof(HostAddrinfo, ai_addr) == 24);
 static_assert(offsetof(HostAddrinfo, ai_next) == 28);
 
+#if defined(__BIONIC__)
+#include <netdb.h>
+
+static_assert(sizeof(addrinfo) == sizeof(HostAddrinfo));
+static_assert(offsetof(addrinfo, ai_canonname) == offsetof(HostAddrinfo, ai_canonname));
+static_assert(offsetof(addrinfo, ai_addr) == offsetof(HostAddrinfo, ai_addr));
+
+inline int BionicGetaddrinfo(const char* node, const char* service, const HostAddrinfo* hints,
+                             HostAddrinfo** result) {
+  return getaddrinfo(node, service, reinterpret_cast<const addrinfo*>(hints),
+                     reinterpret_cast<addrinfo**>(result));
+}
+inline void BionicFreeaddrinfo(HostAddrinfo* list) {
+  freeaddrinfo(reinterpret_cast<addrinfo*>(list));
+}
+inline const char* BionicGaiStrerror(int code) { return gai_strerror(code); }
+inline int BionicGetnameinfo(const struct sockaddr* sa, socklen_t salen, char* host,
+                             size_t hostlen, char* serv, size_t servlen, int flags) {
+  return getnameinfo(sa, salen, host, hostlen, serv, servlen, flags);
+}
+#else
 extern "C" {
 int BionicGetaddrinfo(const char* node, const char* service, const HostAddrinfo* hints,
                       HostAddrinfo** result) __asm__("getaddrinfo");
@@ -31,3 +52,4 @@ const char* BionicGaiStrerror(int code) __asm__("gai_strerror");
 int BionicGetnameinfo(const struct sockaddr* sa, socklen_t salen, char* host, size_t hostlen,
                       char* serv, size_t servlen, int flags) __asm__("getnameinfo");
 }
+#endif

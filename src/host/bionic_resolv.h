@@ -5,6 +5,7 @@
 
 #include <stddef.h>
 #include <stdint.h>
+#include <sys/types.h>
 
 extern "C" {
 int __dn_comp(const char* src, unsigned char* dst, int dst_size, unsigned char** dn_ptrs,
@@ -22,5 +23,10 @@ int __ns_skiprr(const unsigned char* ptr, const unsigned char* eom, int section,
 int __ns_parserr(void* handle, int section, int rr_number, void* rr);
 int __ns_name_uncompress(const unsigned char* msg, const unsigned char* eom,
                          const unsigned char* src, char* dst, size_t dst_size);
-int* __get_h_errno(void);
 }
+
+#if defined(__BIONIC__)
+#include <netdb.h>
+#else
+extern "C" int* __get_h_errno(void);
+#endif
