@@ -259,4 +259,48 @@ TEST(CookieStream, ModeIsCheckedByItsFirstCharacter) {
   }
 }
 
+int SlotRead(void* cookie, char*, int) { return *static_cast<int*>(cookie); }
+
+// The core under a slot other than the adapters: a slot's result alone sets the flags.
+TEST(StdioCore, RefillResultsBecomeFlags) {
+  struct Case {
+    int result;
+    int expect;
+    uint16_t flags;
+    int r;
+  };
+  for (const Case& c : {Case{5, 0, kHostReading, 5}, Case{0, EOF, kHostReading | kHostEof, 0},
+                        Case{-1, EOF, kHostReading | kHostError, 0}}) {
+    HostFile* f = kelp_stdio::__sfp();
+    ASSERT_NE(nullptr, f);
+    unsigned char buffer[16];
+    int result = c.result;
+    f->_flags = kHostReadWrite;
+    f->_bf = {buffer, sizeof(buffer)};
+    f->_cookie = &result;
+    f->_read = SlotRead;
+    EXPECT_EQ(c.expect, kelp_stdio::__srefill(f)) << c.result;
+    EXPECT_EQ(kHostReadWrite | c.flags, f->_flags) << c.result;
+    EXPECT_EQ(c.r, f->_r) << c.result;
+    f->_flags = 0;  // the slot is free again
+  }
+}
+
+TEST(StdioCore, SlotsAreFreshAndReused) {
+  HostFile* a = kelp_stdio::__sfp();
+  HostFile* b = kelp_stdio::__sfp();
+  ASSERT_NE(nullptr, a);
+  ASSERT_NE(nullptr, b);
+  EXPECT_NE(a, b);
+  EXPECT_NE(a->_ext._base, b->_ext._base);
+  EXPECT_EQ(1, a->_flags);
+  EXPECT_EQ(-1, a->_file);
+  a->_r = 7;
+  a->_flags = 0;
+  HostFile* c = kelp_stdio::__sfp();
+  EXPECT_EQ(a, c) << "a free slot is taken before a new one";
+  EXPECT_EQ(0, c->_r);
+  b->_flags = c->_flags = 0;
+}
+
 }  // namespace
