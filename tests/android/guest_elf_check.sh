@@ -14,8 +14,10 @@ fail() { echo "FAIL: $*"; exit 1; }
 exe=$work/device_hello
 "$kelp_cc" --android -O2 -o "$exe" "$here/device_hello.c" -lm
 
-"$readelf" -h "$exe" | grep -Eq 'Type: +DYN' || fail "not position-independent"
-"$readelf" -h "$exe" | grep -Eq 'Flags: .*soft-float|Flags: +0x5000200' || fail "not soft-float"
+# Read once: grep -q stopping early would kill readelf with SIGPIPE under pipefail.
+header=$("$readelf" -h "$exe")
+grep -Eq 'Type: +DYN' <<<"$header" || fail "not position-independent"
+grep -Eq 'Flags: .*soft-float|Flags: +0x5000200' <<<"$header" || fail "not soft-float"
 interp=$("$readelf" -l "$exe" | sed -n 's/.*Requesting program interpreter: \(.*\)]/\1/p')
 [ "$interp" = /system/bin/linker ] || fail "interpreter is '$interp'"
 needed=$("$readelf" -d "$exe" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' | sort | tr '\n' ' ')
