@@ -1,5 +1,5 @@
-// bionic's user-database interface. On 32-bit ARM bionic's struct passwd has no pw_gecos, so the
-// host record is declared here, not taken from a header, and the functions are bound by name.
+// bionic's user-database interface. On 32-bit ARM bionic's struct passwd has no pw_gecos; the
+// seam names that record HostPasswd, since another host's struct passwd may have one.
 #pragma once
 
 #include <stddef.h>
@@ -17,6 +17,27 @@ struct HostPasswd {
 static_assert(sizeof(HostPasswd) == 24);
 static_assert(offsetof(HostPasswd, pw_dir) == 16);
 
+#if defined(__BIONIC__)
+#include <pwd.h>
+// bionic's 32-bit header makes pw_gecos another name for pw_passwd; the guest's record has both.
+#undef pw_gecos
+
+static_assert(sizeof(passwd) == sizeof(HostPasswd));
+static_assert(offsetof(passwd, pw_dir) == offsetof(HostPasswd, pw_dir));
+
+inline HostPasswd* BionicGetpwent() { return reinterpret_cast<HostPasswd*>(getpwent()); }
+inline HostPasswd* BionicGetpwnam(const char* name) {
+  return reinterpret_cast<HostPasswd*>(getpwnam(name));
+}
+inline HostPasswd* BionicGetpwuid(uid_t uid) { return reinterpret_cast<HostPasswd*>(getpwuid(uid)); }
+inline int BionicGetpwnamR(const char* name, HostPasswd* pw, char* buf, size_t len,
+                           HostPasswd** res) {
+  return getpwnam_r(name, reinterpret_cast<passwd*>(pw), buf, len, reinterpret_cast<passwd**>(res));
+}
+inline int BionicGetpwuidR(uid_t uid, HostPasswd* pw, char* buf, size_t len, HostPasswd** res) {
+  return getpwuid_r(uid, reinterpret_cast<passwd*>(pw), buf, len, reinterpret_cast<passwd**>(res));
+}
+#else
 extern "C" {
 HostPasswd* BionicGetpwent() __asm__("getpwent");
 HostPasswd* BionicGetpwnam(const char* name) __asm__("getpwnam");
@@ -26,3 +47,4 @@ int BionicGetpwnamR(const char* name, HostPasswd* pw, char* buf, size_t len, Hos
 int BionicGetpwuidR(uid_t uid, HostPasswd* pw, char* buf, size_t len, HostPasswd** res)
     __asm__("getpwuid_r");
 }
+#endif
