@@ -68,6 +68,7 @@ TEST_F(Services, ResolvesNamesAndNumbers) {
       {"smtp", 0, 0, 0, 1, {25, 6, 1}, {}},
       {"mail", 0, 0, 0, 1, {25, 6, 1}, {}},
       {"mai", 0, 0, 0, -8, {}, {}},      // a prefix of a word is no match
+      {"tp", 0, 0, 0, -8, {}, {}},       // nor is its end
       {"comment", 0, 0, 0, -8, {}, {}},  // comments are cut
       {"ftp", 0, 0, 0, -8, {}, {}},
       {"domain", 0, 0, 0, 2, {53, 17, 2}, {53, 6, 1}},  // in file order
