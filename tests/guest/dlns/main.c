@@ -33,7 +33,8 @@ int main(int argc, char** argv) {
 
   int (*twice)(int) = (int (*)(int))dlsym(alpha, "alpha_twice");
   const char* (*describe)(int) = (const char* (*)(int))dlsym(alpha, "alpha_describe");
-  printf("dlsym: %s %s\n", twice ? "alpha_twice" : "missing", describe ? "alpha_describe" : "missing");
+  printf("dlsym: %s %s\n", twice ? "alpha_twice" : "missing",
+         describe ? "alpha_describe" : "missing");
   if (!twice || !describe) return 1;
   printf("alpha_twice(21) = %d\n", twice(21));
   printf("alpha_describe(7) = %s\n", describe(7));
