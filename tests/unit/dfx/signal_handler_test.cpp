@@ -1,5 +1,6 @@
 // The crash signal handler, in child processes: what the dump tool receives, what is logged,
 // and how the process ends.
+#include <sched.h>
 #include <signal.h>
 #include <stdio.h>
 #include <sys/prctl.h>
@@ -244,4 +245,30 @@ TEST_F(DfxSignalHandler, dump_request_keeps_the_process_alive) {
     }
   }
   EXPECT_EQ(1, std::count(signals.begin(), signals.end(), SIGSEGV));
+}
+
+// The first process of a pid namespace ignores a re-raised signal whose action is the default:
+// it leaves with _exit(sig) instead.
+TEST_F(DfxSignalHandler, sandbox_first_process_exits_with_the_signal_number) {
+  DumpTool tool;
+  ChildRun run = RunChild(daemon_, [] {
+    if (unshare(CLONE_NEWPID) != 0) _exit(77);  // not permitted here
+    pid_t first = fork();
+    if (first == 0) {
+      DFX_InstallSignalHandler();
+      raise(SIGSEGV);
+      _exit(1);
+    }
+    int status = 0;
+    waitpid(first, &status, 0);
+    _exit(WIFEXITED(status) ? WEXITSTATUS(status) : 100 + WTERMSIG(status));
+  });
+  if (run.ExitedWith(77)) GTEST_SKIP() << "no new pid namespace for this user";
+  EXPECT_TRUE(run.ExitedWith(SIGSEGV)) << Describe(run);
+  EXPECT_TRUE(run.Logged("DFX_SignalHandler :: sig(11), pid(1), tid(1).")) << Describe(run);
+  ASSERT_FALSE(run.logs.empty());
+  EXPECT_EQ("Sandbox process is about to exit with signal 11.", run.Messages().back());
+  std::vector<ToolRun> runs = tool.Runs();
+  ASSERT_EQ(1u, runs.size());
+  EXPECT_EQ(1, runs[0].record.pid());
 }
