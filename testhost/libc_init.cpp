@@ -9,6 +9,7 @@
 #include <link.h>
 #include <stddef.h>
 #include <stdint.h>
+#include <stdlib.h>
 #include <string.h>
 #include <sys/auxv.h>
 
@@ -22,14 +23,20 @@ extern "C" int __cxa_atexit(void (*fn)(void*), void* arg, void* dso_handle);
 namespace {
 
 // The shape of the Android loader's record, as far as the adaptor reads it.
+struct AbortMessage {
+  size_t size;  // of the whole block
+  char text[];
+};
+
 struct SharedGlobals {
-  uint8_t head[0x100];
-  char abort_message[0x400];
-  uint8_t gap[0x53C - 0x500];
+  uint8_t head[0x41C];
+  AbortMessage* abort_message;  // the first message set, whole, as bionic keeps it
+  uint8_t gap[0x53C - 0x420];
   uint32_t fini_array;  // guest executable's DT_FINI_ARRAY
   uint32_t fini_count;
   uint8_t tail[0xBC];
 };
+static_assert(offsetof(SharedGlobals, abort_message) == 0x41C);
 static_assert(offsetof(SharedGlobals, fini_array) == 0x53C);
 static_assert(offsetof(SharedGlobals, fini_count) == 0x540);
 
@@ -139,11 +146,18 @@ KELPHOST_EXPORT void* __loader_shared_globals() { return &g_globals; }
 
 // First message wins, as on Android.
 KELPHOST_EXPORT void android_set_abort_message(const char* msg) {
-  if (msg == nullptr || g_globals.abort_message[0] != '\0') return;
-  strncpy(g_globals.abort_message, msg, sizeof(g_globals.abort_message) - 1);
+  if (msg == nullptr || g_globals.abort_message != nullptr) return;
+  size_t size = sizeof(AbortMessage) + strlen(msg) + 1;
+  auto* block = static_cast<AbortMessage*>(malloc(size));
+  if (block == nullptr) return;
+  block->size = size;
+  memcpy(block->text, msg, size - sizeof(AbortMessage));
+  g_globals.abort_message = block;
 }
 
-KELPHOST_EXPORT const char* kelphost_abort_message() { return g_globals.abort_message; }
+KELPHOST_EXPORT const char* kelphost_abort_message() {
+  return g_globals.abort_message != nullptr ? g_globals.abort_message->text : "";
+}
 
 struct structors_array_t;
 
