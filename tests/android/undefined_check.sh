@@ -11,7 +11,11 @@ allowed_versions='LIBC LIBC_N LIBC_O LIBC_OMR1 LIBC_P LIBC_Q LIBC_R LIBC_S'
 
 dynsyms() { "$readelf" --dyn-syms -W "$1" | awk 'NR > 3 && $8 != "" { print $7, $8 }'; }
 
-undefined=$(dynsyms "$lib" | awk '$1 == "UND" { print $2 }')
+# Weak imports of the guest platform's own libraries, which may be absent at run time.
+platform_weak='MoxTraceGetId'
+undefined=$(dynsyms "$lib" | awk -v weak="$platform_weak" '
+  BEGIN { n = split(weak, w, " "); for (i = 1; i <= n; i++) skip[w[i]] = 1 }
+  $1 == "UND" && !($2 in skip) { print $2 }')
 count=$(grep -c . <<<"$undefined")
 # One awk pass: "name@version" per undefined symbol, checked against the list and the stubs.
 fail=0
