@@ -18,6 +18,8 @@
 #include <wctype.h>
 
 #include "core/export.h"
+#include "host/bionic_scanf.h"
+#include "host/bionic_stdio_unlocked.h"
 #include "host/bionic_string.h"
 
 KELP_ENTRY(void*, __libc_malloc, (size_t size)) { return malloc(size); }
@@ -192,10 +194,10 @@ KELP_ENTRY(int, getdents64, (int fd, void* buf, size_t count)) {
 }
 
 // glibc's libio names.
-KELP_ENTRY(int, _IO_feof_unlocked, (FILE * stream)) { return feof_unlocked(stream); }
-KELP_ENTRY(int, _IO_ferror_unlocked, (FILE * stream)) { return ferror_unlocked(stream); }
-KELP_ENTRY(int, _IO_getc_unlocked, (FILE * stream)) { return getc_unlocked(stream); }
-KELP_ENTRY(int, _IO_putc_unlocked, (int c, FILE* stream)) { return putc_unlocked(c, stream); }
+KELP_ENTRY(int, _IO_feof_unlocked, (FILE * stream)) { return HostFeofUnlocked(stream); }
+KELP_ENTRY(int, _IO_ferror_unlocked, (FILE * stream)) { return HostFerrorUnlocked(stream); }
+KELP_ENTRY(int, _IO_getc_unlocked, (FILE * stream)) { return HostGetcUnlocked(stream); }
+KELP_ENTRY(int, _IO_putc_unlocked, (int c, FILE* stream)) { return HostPutcUnlocked(c, stream); }
 KELP_ENTRY(int, __uflow, (FILE * stream)) { return fgetc(stream); }
 // EOF asks for the buffer to be written out.
 KELP_ENTRY(int, __overflow, (FILE * stream, int c)) {
@@ -217,40 +219,24 @@ KELP_ENTRY(wchar_t*, fgetws_unlocked, (wchar_t* s, int n, FILE* stream)) {
 }
 KELP_ENTRY(int, fputws_unlocked, (const wchar_t* s, FILE* stream)) { return fputws(s, stream); }
 
-// Byte classification: bionic's _l functions ignore the locale, and so do these.
-#define KELP_BYTE_CLASS(name) \
-  KELP_ENTRY(int, __##name##_l, (int c, locale_t)) { return name(c); }
-KELP_BYTE_CLASS(isalnum)
-KELP_BYTE_CLASS(isalpha)
-KELP_BYTE_CLASS(isblank)
-KELP_BYTE_CLASS(iscntrl)
-KELP_BYTE_CLASS(isdigit)
-KELP_BYTE_CLASS(isgraph)
-KELP_BYTE_CLASS(islower)
-KELP_BYTE_CLASS(isprint)
-KELP_BYTE_CLASS(ispunct)
-KELP_BYTE_CLASS(isspace)
-KELP_BYTE_CLASS(isupper)
-#undef KELP_BYTE_CLASS
-
 // glibc's names for the C99 scanf family.
 KELP_ENTRY(int, __isoc99_vscanf, (const char* format, va_list args)) {
-  return vscanf(format, args);
+  return HostVscanf(format, args);
 }
 KELP_ENTRY(int, __isoc99_vfscanf, (FILE * stream, const char* format, va_list args)) {
-  return vfscanf(stream, format, args);
+  return HostVfscanf(stream, format, args);
 }
 KELP_ENTRY(int, __isoc99_vsscanf, (const char* s, const char* format, va_list args)) {
-  return vsscanf(s, format, args);
+  return HostVsscanf(s, format, args);
 }
 KELP_ENTRY(int, __isoc99_vwscanf, (const wchar_t* format, va_list args)) {
-  return vwscanf(format, args);
+  return HostVwscanf(format, args);
 }
 KELP_ENTRY(int, __isoc99_vfwscanf, (FILE * stream, const wchar_t* format, va_list args)) {
-  return vfwscanf(stream, format, args);
+  return HostVfwscanf(stream, format, args);
 }
 KELP_ENTRY(int, __isoc99_vswscanf, (const wchar_t* s, const wchar_t* format, va_list args)) {
-  return vswscanf(s, format, args);
+  return HostVswscanf(s, format, args);
 }
 // The variadic forms: `leading` is the argument list before the format.
 #define KELP_ISOC99_SCANF(name, vname, char_type, leading_params, leading_args) \
@@ -262,11 +248,11 @@ KELP_ENTRY(int, __isoc99_vswscanf, (const wchar_t* s, const wchar_t* format, va_
     return result;                                                                  \
   }
 #define KELP_COMMA ,
-KELP_ISOC99_SCANF(scanf, vscanf, char, , )
-KELP_ISOC99_SCANF(fscanf, vfscanf, char, FILE* stream KELP_COMMA, stream KELP_COMMA)
-KELP_ISOC99_SCANF(sscanf, vsscanf, char, const char* s KELP_COMMA, s KELP_COMMA)
-KELP_ISOC99_SCANF(wscanf, vwscanf, wchar_t, , )
-KELP_ISOC99_SCANF(fwscanf, vfwscanf, wchar_t, FILE* stream KELP_COMMA, stream KELP_COMMA)
-KELP_ISOC99_SCANF(swscanf, vswscanf, wchar_t, const wchar_t* s KELP_COMMA, s KELP_COMMA)
+KELP_ISOC99_SCANF(scanf, HostVscanf, char, , )
+KELP_ISOC99_SCANF(fscanf, HostVfscanf, char, FILE* stream KELP_COMMA, stream KELP_COMMA)
+KELP_ISOC99_SCANF(sscanf, HostVsscanf, char, const char* s KELP_COMMA, s KELP_COMMA)
+KELP_ISOC99_SCANF(wscanf, HostVwscanf, wchar_t, , )
+KELP_ISOC99_SCANF(fwscanf, HostVfwscanf, wchar_t, FILE* stream KELP_COMMA, stream KELP_COMMA)
+KELP_ISOC99_SCANF(swscanf, HostVswscanf, wchar_t, const wchar_t* s KELP_COMMA, s KELP_COMMA)
 #undef KELP_COMMA
 #undef KELP_ISOC99_SCANF

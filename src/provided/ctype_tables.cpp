@@ -2,6 +2,7 @@
 // `(*__ctype_b_loc())[c]` and its tolower and toupper twins, for every c from -128 (a signed
 // char) to 255. They describe the C locale, the only one whose bytes bionic classifies, and are
 // built at compile time.
+#include <locale.h>
 #include <stdint.h>
 
 #include "core/export.h"
@@ -67,6 +68,26 @@ const int32_t* g_lower = kToLower.entries + kOffset;
 const int32_t* g_upper = kToUpper.entries + kOffset;
 
 }  // namespace
+
+// Byte classification under the _l names: bionic's _l functions ignore the locale, and its
+// bytes classify as in the C locale. The table answers rather than the host's functions, which
+// other hosts' headers expand inline into their own tables.
+#define KELP_BYTE_CLASS(name, bits)                                 \
+  KELP_ENTRY(int, __##name##_l, (int c, locale_t)) {                \
+    return c >= -kOffset && c < kSize - kOffset && (g_classes[c] & (bits)) != 0; \
+  }
+KELP_BYTE_CLASS(isalnum, kAlnum)
+KELP_BYTE_CLASS(isalpha, kAlpha)
+KELP_BYTE_CLASS(isblank, kBlank)
+KELP_BYTE_CLASS(iscntrl, kCntrl)
+KELP_BYTE_CLASS(isdigit, kDigit)
+KELP_BYTE_CLASS(isgraph, kGraph)
+KELP_BYTE_CLASS(islower, kLower)
+KELP_BYTE_CLASS(isprint, kPrint)
+KELP_BYTE_CLASS(ispunct, kPunct)
+KELP_BYTE_CLASS(isspace, kSpace)
+KELP_BYTE_CLASS(isupper, kUpper)
+#undef KELP_BYTE_CLASS
 
 KELP_ENTRY(const uint16_t**, __ctype_b_loc, ()) { return &g_classes; }
 KELP_ENTRY(const int32_t**, __ctype_tolower_loc, ()) { return &g_lower; }
