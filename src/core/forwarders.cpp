@@ -7,6 +7,7 @@
 #include <locale.h>
 #include <math.h>
 #include <signal.h>
+#include <stdarg.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -17,6 +18,8 @@
 #include <wctype.h>
 
 #include "core/export.h"
+#include "host/bionic_scanf.h"
+#include "host/bionic_stdio_unlocked.h"
 #include "host/bionic_string.h"
 
 KELP_ENTRY(void*, __libc_malloc, (size_t size)) { return malloc(size); }
@@ -150,3 +153,106 @@ KELP_ENTRY(void, explicit_bzero, (void* p, size_t n)) {
 
 KELP_ENTRY(int, _IO_getc, (FILE * stream)) { return getc(stream); }
 KELP_ENTRY(int, _IO_putc, (int c, FILE* stream)) { return putc(c, stream); }
+
+// Names musl has and bionic lacks: glibc's compatibility names, the BSD string calls, the
+// unlocked wide-character calls and the large-file twins that musl keeps as aliases.
+KELP_ENTRY(int, bcmp, (const void* a, const void* b, size_t n)) { return memcmp(a, b, n); }
+KELP_ENTRY(void, bcopy, (const void* src, void* dst, size_t n)) { memmove(dst, src, n); }
+KELP_ENTRY(void, bzero, (void* p, size_t n)) { memset(p, 0, n); }
+KELP_ENTRY(char*, index, (const char* s, int c)) { return const_cast<char*>(strchr(s, c)); }
+KELP_ENTRY(char*, rindex, (const char* s, int c)) { return const_cast<char*>(strrchr(s, c)); }
+KELP_ENTRY(wchar_t*, wcswcs, (const wchar_t* s, const wchar_t* needle)) {
+  return const_cast<wchar_t*>(wcsstr(s, needle));
+}
+KELP_ENTRY(ssize_t, __getdelim, (char** line, size_t* size, int delim, FILE* stream)) {
+  return getdelim(line, size, delim, stream);
+}
+KELP_ENTRY(size_t, __wcsxfrm_l, (wchar_t* dst, const wchar_t* src, size_t n, locale_t l)) {
+  return wcsxfrm_l(dst, src, n, l);
+}
+KELP_ENTRY(wctrans_t, __wctrans_l, (const char* name, locale_t l)) { return wctrans_l(name, l); }
+
+// Runs the pthread_atfork handlers, which _Fork would skip: a bare clone would leave bionic's
+// cached thread id of the parent in the child.
+KELP_ENTRY(pid_t, _Fork, ()) { return fork(); }
+
+KELP_EXPORT int KelpEuidaccess(const char*, int) KELP_SYMBOL(euidaccess) KELP_ALIAS(eaccess);
+
+// The guest's stat and dirent records are already the large-file ones.
+struct GuestStat;
+extern "C" int __stat_time64(const char* path, GuestStat* st);
+extern "C" int __lstat_time64(const char* path, GuestStat* st);
+extern "C" int kelp_adaptor_getdents(int fd, void* buf, size_t count);
+KELP_ENTRY(int, __xstat64, (int, const char* path, GuestStat* st)) {
+  return __stat_time64(path, st);
+}
+KELP_ENTRY(int, __lxstat64, (int, const char* path, GuestStat* st)) {
+  return __lstat_time64(path, st);
+}
+KELP_ENTRY(int, getdents64, (int fd, void* buf, size_t count)) {
+  return kelp_adaptor_getdents(fd, buf, count);
+}
+
+// glibc's libio names.
+KELP_ENTRY(int, _IO_feof_unlocked, (FILE * stream)) { return HostFeofUnlocked(stream); }
+KELP_ENTRY(int, _IO_ferror_unlocked, (FILE * stream)) { return HostFerrorUnlocked(stream); }
+KELP_ENTRY(int, _IO_getc_unlocked, (FILE * stream)) { return HostGetcUnlocked(stream); }
+KELP_ENTRY(int, _IO_putc_unlocked, (int c, FILE* stream)) { return HostPutcUnlocked(c, stream); }
+KELP_ENTRY(int, __uflow, (FILE * stream)) { return fgetc(stream); }
+// EOF asks for the buffer to be written out.
+KELP_ENTRY(int, __overflow, (FILE * stream, int c)) {
+  if (c == EOF) return fflush(stream) == 0 ? 0 : EOF;
+  return fputc(c, stream);
+}
+
+// bionic has no unlocked wide-character calls; the locked ones give the same results.
+KELP_ENTRY(wint_t, fgetwc_unlocked, (FILE * stream)) { return fgetwc(stream); }
+KELP_ENTRY(wint_t, __fgetwc_unlocked, (FILE * stream)) { return fgetwc(stream); }
+KELP_ENTRY(wint_t, getwc_unlocked, (FILE * stream)) { return fgetwc(stream); }
+KELP_ENTRY(wint_t, getwchar_unlocked, ()) { return getwchar(); }
+KELP_ENTRY(wint_t, fputwc_unlocked, (wchar_t c, FILE* stream)) { return fputwc(c, stream); }
+KELP_ENTRY(wint_t, __fputwc_unlocked, (wchar_t c, FILE* stream)) { return fputwc(c, stream); }
+KELP_ENTRY(wint_t, putwc_unlocked, (wchar_t c, FILE* stream)) { return fputwc(c, stream); }
+KELP_ENTRY(wint_t, putwchar_unlocked, (wchar_t c)) { return putwchar(c); }
+KELP_ENTRY(wchar_t*, fgetws_unlocked, (wchar_t* s, int n, FILE* stream)) {
+  return fgetws(s, n, stream);
+}
+KELP_ENTRY(int, fputws_unlocked, (const wchar_t* s, FILE* stream)) { return fputws(s, stream); }
+
+// glibc's names for the C99 scanf family.
+KELP_ENTRY(int, __isoc99_vscanf, (const char* format, va_list args)) {
+  return HostVscanf(format, args);
+}
+KELP_ENTRY(int, __isoc99_vfscanf, (FILE * stream, const char* format, va_list args)) {
+  return HostVfscanf(stream, format, args);
+}
+KELP_ENTRY(int, __isoc99_vsscanf, (const char* s, const char* format, va_list args)) {
+  return HostVsscanf(s, format, args);
+}
+KELP_ENTRY(int, __isoc99_vwscanf, (const wchar_t* format, va_list args)) {
+  return HostVwscanf(format, args);
+}
+KELP_ENTRY(int, __isoc99_vfwscanf, (FILE * stream, const wchar_t* format, va_list args)) {
+  return HostVfwscanf(stream, format, args);
+}
+KELP_ENTRY(int, __isoc99_vswscanf, (const wchar_t* s, const wchar_t* format, va_list args)) {
+  return HostVswscanf(s, format, args);
+}
+// The variadic forms: `leading` is the argument list before the format.
+#define KELP_ISOC99_SCANF(name, vname, char_type, leading_params, leading_args) \
+  KELP_ENTRY(int, __isoc99_##name, (leading_params const char_type* format, ...)) { \
+    va_list args;                                                                   \
+    va_start(args, format);                                                         \
+    int result = vname(leading_args format, args);                                  \
+    va_end(args);                                                                   \
+    return result;                                                                  \
+  }
+#define KELP_COMMA ,
+KELP_ISOC99_SCANF(scanf, HostVscanf, char, , )
+KELP_ISOC99_SCANF(fscanf, HostVfscanf, char, FILE* stream KELP_COMMA, stream KELP_COMMA)
+KELP_ISOC99_SCANF(sscanf, HostVsscanf, char, const char* s KELP_COMMA, s KELP_COMMA)
+KELP_ISOC99_SCANF(wscanf, HostVwscanf, wchar_t, , )
+KELP_ISOC99_SCANF(fwscanf, HostVfwscanf, wchar_t, FILE* stream KELP_COMMA, stream KELP_COMMA)
+KELP_ISOC99_SCANF(swscanf, HostVswscanf, wchar_t, const wchar_t* s KELP_COMMA, s KELP_COMMA)
+#undef KELP_COMMA
+#undef KELP_ISOC99_SCANF

@@ -39,5 +39,5 @@ done < <("$readelf" --dyn-syms -W "$exe" | awk 'NR > 3 && $7 == "UND" && $8 != "
 if "$kelp_cc" --android -o "$work/missing_name" "$here/missing_name.c" 2>"$work/missing.err"; then
   fail "a name bionic lacks linked"
 fi
-grep -q 'aio_error' "$work/missing.err" || fail "the link error does not name the symbol"
+grep -q 'wait3' "$work/missing.err" || fail "the link error does not name the symbol"
 echo "guest ELF: interpreter $interp, needs $needed, $count undefined names all the adaptor's or bionic's"
