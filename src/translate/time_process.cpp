@@ -1,5 +1,6 @@
 // Process times, child status with resource usage, file times and the other 64-bit time
 // entries that pass a time record to the kernel or to bionic.
+#include <string.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
 #include <sys/timex.h>
@@ -42,15 +43,19 @@ KELP_EXPORT pid_t __wait3_time64(int* status, int options, GuestRusage* usage) {
   return wait4(-1, status, options, reinterpret_cast<rusage*>(usage));
 }
 
-// The kernel writes its own layout into the guest record. The generic syscall() entry fails
-// with -1, which reads as a raw error and so leaves errno 1 (EPERM): the guest ABI's result.
+// The kernel fills its own 72-byte record at the start of the guest's 152 bytes (a bad pointer
+// or `who` fails there, with the kernel's errno); it is then widened in place, both times and
+// the counters at their guest offsets. The reserved words stay as the guest had them.
 KELP_EXPORT int __getrusage_time64(int who, GuestRusage* usage) {
-  long result = syscall(kGetrusage, who, usage);
-  if (result == 0) return 0;
-  if (static_cast<unsigned long>(result) <= 0xFFFFF000UL) return static_cast<int>(result);
-  errno = static_cast<int>(-result);
-  return -1;
+  if (syscall(kGetrusage, who, usage) != 0) return -1;
+  HostRusage host;
+  memcpy(&host, usage, sizeof(host));
+  usage->ru_utime = {host.ru_utime.tv_sec, host.ru_utime.tv_usec};
+  usage->ru_stime = {host.ru_stime.tv_sec, host.ru_stime.tv_usec};
+  memcpy(usage->counters, host.counters, sizeof(usage->counters));
+  return 0;
 }
+KELP_EXPORT int kelp_adaptor_getrusage(int, GuestRusage*) KELP_ALIAS(__getrusage_time64);
 
 KELP_EXPORT int __semtimedop_time64(int id, void* ops, size_t count,
                                     const GuestTimespec* timeout) {
