@@ -57,9 +57,13 @@ KELP_EXPORT int __getrusage_time64(int who, GuestRusage* usage) {
 }
 KELP_EXPORT int kelp_adaptor_getrusage(int, GuestRusage*) KELP_ALIAS(__getrusage_time64);
 
+// The kernel's 32-bit call reads a host record; null waits without limit.
 KELP_EXPORT int __semtimedop_time64(int id, void* ops, size_t count,
                                     const GuestTimespec* timeout) {
-  return static_cast<int>(syscall(kSemtimedop, id, ops, count, timeout));
+  HostTimespec host;
+  if (timeout != nullptr && !TimeoutToHost(timeout, &host)) return -1;
+  return static_cast<int>(
+      syscall(kSemtimedop, id, ops, count, timeout != nullptr ? &host : nullptr));
 }
 KELP_EXPORT int kelp_adaptor_semtimedop(int, void*, size_t, const GuestTimespec*)
     KELP_ALIAS(__semtimedop_time64);

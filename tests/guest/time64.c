@@ -6,6 +6,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <sys/resource.h>
+#include <sys/sem.h>
 #include <sys/time.h>
 #include <sys/timerfd.h>
 #include <sys/wait.h>
@@ -96,6 +97,19 @@ int main(void) {
   CHECK(usage.ru_maxrss > 0 && usage.ru_minflt > 0);
   errno = 0;
   printf("getrusage(12345): %d, errno %d\n", getrusage(12345, &usage), errno);
+
+  int sem = semget(IPC_PRIVATE, 1, 0600);
+  CHECK(sem >= 0);
+  struct sembuf take = {0, -1, 0};
+  struct timespec wait = {0, 300000000}, start, end;
+  clock_gettime(CLOCK_MONOTONIC, &start);
+  errno = 0;
+  printf("semtimedop on an empty semaphore: %d, errno %d\n", semtimedop(sem, &take, 1, &wait),
+         errno);
+  clock_gettime(CLOCK_MONOTONIC, &end);
+  double waited = (end.tv_sec - start.tv_sec) + (end.tv_nsec - start.tv_nsec) / 1e9;
+  printf("semtimedop waited its time-out: %d\n", waited >= 0.25 && waited < 10);
+  semctl(sem, 0, IPC_RMID);
 
   FILE* f = fopen("utime-file", "w");
   CHECK(f != NULL);

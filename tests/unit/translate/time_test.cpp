@@ -4,6 +4,7 @@
 #include <stdlib.h>
 #include <string.h>
 #include <sys/resource.h>
+#include <sys/sem.h>
 #include <sys/timerfd.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -192,6 +193,52 @@ TEST(time64, getrusage_fails_with_the_kernel_errno) {
     errno = 0;
     EXPECT_EQ(-1, GUEST(__getrusage_time64)(c.who, c.usage)) << c.who;
     EXPECT_EQ(c.error, errno) << c.who;
+  }
+}
+
+namespace {
+double MonotonicNow() {
+  struct timespec now;
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return now.tv_sec + now.tv_nsec / 1e9;
+}
+
+// A private semaphore set of one semaphore at 0, removed again at the end of the scope.
+struct Semaphore {
+  Semaphore() : id(semget(IPC_PRIVATE, 1, 0600)) {}
+  ~Semaphore() { semctl(id, 0, IPC_RMID); }
+  int id;
+};
+}  // namespace
+
+TEST(time64, semtimedop_waits_for_its_time_out) {
+  Semaphore sem;
+  ASSERT_GE(sem.id, 0);
+  struct sembuf take = {0, -1, 0};
+  GuestTimespec timeout = {0, 300000000, kPadSentinel};
+  double start = MonotonicNow();
+  errno = 0;
+  EXPECT_EQ(-1, GUEST(__semtimedop_time64)(sem.id, &take, 1, &timeout));
+  EXPECT_EQ(EAGAIN, errno);
+  double waited = MonotonicNow() - start;
+  EXPECT_GE(waited, 0.25);
+  EXPECT_LT(waited, 10.0);
+
+  struct sembuf give = {0, 1, 0};
+  EXPECT_EQ(0, GUEST(__semtimedop_time64)(sem.id, &give, 1, nullptr)) << "no time-out at all";
+  EXPECT_EQ(0, GUEST(__semtimedop_time64)(sem.id, &take, 1, &timeout));
+}
+
+TEST(time64, semtimedop_refuses_time_outs_out_of_range) {
+  Semaphore sem;
+  ASSERT_GE(sem.id, 0);
+  struct sembuf take = {0, -1, 0};
+  const GuestTimespec bad[] = {{-1, 0, 0}, {0, -1, 0}, {0, 1000000000, 0}, {1LL << 32, 0, 0},
+                               {INT64_MIN, 0, 0}};
+  for (const GuestTimespec& timeout : bad) {
+    errno = 0;
+    EXPECT_EQ(-1, GUEST(__semtimedop_time64)(sem.id, &take, 1, &timeout)) << timeout.tv_sec;
+    EXPECT_EQ(EINVAL, errno) << timeout.tv_sec << " " << timeout.tv_nsec;
   }
 }
 
