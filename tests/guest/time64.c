@@ -30,6 +30,27 @@ static void print_tm(time_t t) {
   CHECK(timegm(&tm) == t);
 }
 
+/* mktime and timegm normalise the record and fill the fields they derive. */
+static void normalise(const char* what, long long year, int mon, int mday, int hour, int min, int sec) {
+  for (int gm = 0; gm < 2; ++gm) {
+    struct tm tm = {0};
+    tm.tm_year = (int)(year - 1900);
+    tm.tm_mon = mon - 1;
+    tm.tm_mday = mday;
+    tm.tm_hour = hour;
+    tm.tm_min = min;
+    tm.tm_sec = sec;
+    tm.tm_isdst = -1;
+    tm.tm_wday = tm.tm_yday = 99;
+    errno = 0;
+    time_t t = gm ? timegm(&tm) : mktime(&tm);
+    printf("%s %s: %lld errno %d: %lld-%02d-%02d %02d:%02d:%02d wday %d yday %d isdst %d %ld %s\n",
+           gm ? "timegm" : "mktime", what, (long long)t, errno, tm.tm_year + 1900LL, tm.tm_mon + 1,
+           tm.tm_mday, tm.tm_hour, tm.tm_min, tm.tm_sec, tm.tm_wday, tm.tm_yday, tm.tm_isdst,
+           tm.tm_gmtoff, t == -1 ? "-" : tm.tm_zone);
+  }
+}
+
 static void burn_cpu(double seconds) {
   volatile unsigned sink = 1;
   struct timespec used = {0, 0};
@@ -62,6 +83,20 @@ int main(void) {
   const time_t instants[] = {0, -1, 951868800, 2147483647, 2147483648LL, 4102444800LL,
                              -62135596800LL, 253402300799LL, 32503680000LL};
   for (size_t i = 0; i < sizeof(instants) / sizeof(instants[0]); ++i) print_tm(instants[i]);
+
+  setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
+  tzset();
+  normalise("day 0", 2021, 3, 0, 12, 0, 0);
+  normalise("month 13", 2021, 13, 15, 12, 0, 0);
+  normalise("second 60", 2016, 12, 31, 23, 59, 60);
+  normalise("day -1", 2020, 3, -1, 12, 0, 0);
+  normalise("Feb 29 of 2021", 2021, 2, 29, 12, 0, 0);
+  normalise("Jan 15 + 40 days", 2021, 1, 55, 12, 0, 0);
+  normalise("summer 2242", 2242, 7, 1, 12, 0, 0);
+  normalise("year past INT_MAX", 2147483647LL + 1900, 13, 1, 0, 0, 0);
+  setenv("TZ", "UTC0", 1);
+  tzset();
+  normalise("UTC, second -1", 2000, 1, 1, 0, 0, -1);
 
   timer_t timer;
   struct sigevent event = {0};

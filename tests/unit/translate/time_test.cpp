@@ -1,5 +1,6 @@
 // The 64-bit time entry points, called as a guest calls them.
 #include <errno.h>
+#include <limits.h>
 #include <signal.h>
 #include <stdlib.h>
 #include <string.h>
@@ -290,4 +291,52 @@ TEST(time64, zone_dependent_calls_past_2038) {
   tm.tm_mday = 1;
   EXPECT_EQ(t, GUEST(__timegm_time64)(&tm));
   EXPECT_EQ(t, GUEST(__mktime64)(&tm));
+}
+
+// C's mktime: the record comes back normalised, with the fields derived from the result.
+TEST(time64, mktime_and_timegm_normalise_the_record) {
+  setenv("TZ", "UTC0", 1);
+  tzset();
+  struct Case {
+    int year, mon, mday, sec;                 // as given
+    int64_t t;                                // the result
+    int n_year, n_mon, n_mday, n_sec, wday, yday;  // read back
+  };
+  const Case cases[] = {
+      {121, 2, 0, 0, 1614470400, 121, 1, 28, 0, 0, 58},        // day 0 of March 2021
+      {121, 12, 15, 0, 1642204800, 122, 0, 15, 0, 6, 14},      // month 13
+      {116, 11, 31, 86399 + 1, 1483228800, 117, 0, 1, 0, 0, 0},  // 2016-12-31 00:00 + 86400 s
+      {120, 2, -1, 0, 1582848000, 120, 1, 28, 0, 5, 58},       // day -1 of March 2020
+      {121, 1, 29, 0, 1614556800, 121, 2, 1, 0, 1, 59},        // Feb 29 of 2021
+      {121, 0, 15 + 40, 0, 1614124800, 121, 1, 24, 0, 3, 54},  // 40 days after Jan 15
+      {342, 6, 1, 0, 8599132800, 342, 6, 1, 0, 5, 181},        // 2242-07-01
+  };
+  for (auto entry : {GUEST(__mktime64), GUEST(__timegm_time64)}) {
+    for (const Case& c : cases) {
+      struct tm tm = {};
+      tm.tm_year = c.year;
+      tm.tm_mon = c.mon;
+      tm.tm_mday = c.mday;
+      tm.tm_sec = c.sec;
+      tm.tm_wday = tm.tm_yday = 99;
+      EXPECT_EQ(c.t, entry(&tm)) << c.year << "-" << c.mon << "-" << c.mday;
+      EXPECT_EQ(c.n_year, tm.tm_year) << c.t;
+      EXPECT_EQ(c.n_mon, tm.tm_mon) << c.t;
+      EXPECT_EQ(c.n_mday, tm.tm_mday) << c.t;
+      EXPECT_EQ(c.n_sec, tm.tm_sec) << c.t;
+      EXPECT_EQ(c.wday, tm.tm_wday) << c.t;
+      EXPECT_EQ(c.yday, tm.tm_yday) << c.t;
+      EXPECT_EQ(0, tm.tm_isdst) << c.t;
+      EXPECT_EQ(0, tm.tm_gmtoff) << c.t;
+      ASSERT_NE(nullptr, tm.tm_zone) << c.t;
+      EXPECT_STREQ("UTC", tm.tm_zone) << c.t;
+    }
+    struct tm past = {};
+    past.tm_year = INT_MAX;
+    past.tm_mon = 12;
+    past.tm_mday = 1;
+    errno = 0;
+    EXPECT_EQ(-1, entry(&past)) << "the year does not fit the record";
+    EXPECT_EQ(EOVERFLOW, errno);
+  }
 }
