@@ -110,3 +110,21 @@ KELPHOST_EXPORT int signalfd64(int fd, const sigset64_t* mask, int flags) {
   sigset_t wide = Widen(mask);
   return signalfd(fd, &wide, flags);
 }
+
+// glibc's own waits, bound by version: the 64-bit set widened to glibc's.
+extern "C" int GlibcSigtimedwait(const sigset_t* set, siginfo_t* info,
+                                 const struct timespec* timeout);
+extern "C" int GlibcSigwaitinfo(const sigset_t* set, siginfo_t* info);
+__asm__(".symver GlibcSigtimedwait, sigtimedwait@GLIBC_2.4");
+__asm__(".symver GlibcSigwaitinfo, sigwaitinfo@GLIBC_2.4");
+
+KELPHOST_EXPORT int sigtimedwait64(const sigset64_t* set, siginfo_t* info,
+                                   const struct timespec* timeout) {
+  sigset_t wide = Widen(set);
+  return GlibcSigtimedwait(&wide, info, timeout);
+}
+
+KELPHOST_EXPORT int sigwaitinfo64(const sigset64_t* set, siginfo_t* info) {
+  sigset_t wide = Widen(set);
+  return GlibcSigwaitinfo(&wide, info);
+}
