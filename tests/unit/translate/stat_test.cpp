@@ -9,7 +9,9 @@
 #include <sys/statvfs.h>
 #include <unistd.h>
 
+#include <functional>
 #include <string>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -168,4 +170,48 @@ TEST_F(StatTest, file_times) {
   close(fd);
   stat(file_.c_str(), &host);
   EXPECT_EQ(9, host.st_mtim.tv_sec);
+}
+
+// Times past 2038 reach the guest whole, through every entry of the stat family.
+TEST_F(StatTest, times_past_2038_reach_the_guest_whole) {
+  constexpr int64_t kFar = int64_t{1} << 33;
+  GuestStat before = Filled();
+  ASSERT_EQ(0, __stat_time64(file_.c_str(), &before));
+  const GuestTimespec times[2] = {{kFar + 5, 250, 0}, {kFar, 999999999, 0}};
+  ASSERT_EQ(0, __utimensat_time64(AT_FDCWD, file_.c_str(), times, 0));
+
+  int fd = open(file_.c_str(), O_RDONLY);
+  int dirfd = open(dir_.c_str(), O_RDONLY | O_DIRECTORY);
+  ASSERT_GE(fd, 0);
+  ASSERT_GE(dirfd, 0);
+  std::string link = dir_ + "/link";
+  ASSERT_EQ(0, symlink("file", link.c_str()));
+  const std::pair<const char*, std::function<int(GuestStat*)>> entries[] = {
+      {"stat", [&](GuestStat* st) { return __stat_time64(file_.c_str(), st); }},
+      {"lstat", [&](GuestStat* st) { return __lstat_time64(file_.c_str(), st); }},
+      {"stat of a link", [&](GuestStat* st) { return __stat_time64(link.c_str(), st); }},
+      {"fstat", [&](GuestStat* st) { return __fstat_time64(fd, st); }},
+      {"fstatat", [&](GuestStat* st) { return __fstatat_time64(dirfd, "file", st, 0); }},
+  };
+  for (const auto& [name, call] : entries) {
+    GuestStat st = Filled();
+    ASSERT_EQ(0, call(&st)) << name << ": " << strerror(errno);
+    EXPECT_EQ(kFar, st.st_mtim.tv_sec) << name;
+    EXPECT_EQ(999999999, st.st_mtim.tv_nsec) << name;
+    EXPECT_EQ(kFar + 5, st.st_atim.tv_sec) << name;
+    EXPECT_EQ(250, st.st_atim.tv_nsec) << name;
+    EXPECT_EQ(0, st.time32[2]) << name << ": the 32-bit copies hold the low words";
+    EXPECT_EQ(5, st.time32[0]) << name;
+    EXPECT_GT(st.st_ctim.tv_sec, 1600000000) << name;
+    EXPECT_EQ(before.st_ino, st.st_ino) << name;
+    EXPECT_EQ(before.st_dev, st.st_dev) << name;
+    EXPECT_EQ(before.st_mode, st.st_mode) << name;
+    EXPECT_EQ(5, st.st_size) << name;
+    EXPECT_EQ(static_cast<int32_t>(0xABABABAB), st.st_mtim.pad) << name;
+  }
+  GuestStat st = Filled();
+  ASSERT_EQ(0, __lstat_time64(link.c_str(), &st));
+  EXPECT_TRUE(S_ISLNK(st.st_mode));
+  close(fd);
+  close(dirfd);
 }
