@@ -7,26 +7,17 @@
 #include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
-#include <utime.h>
 
 #include "core/export.h"
 #include "host/bionic_errno.h"
 #include "translate/time_convert.h"
 
 static_assert(sizeof(struct rusage) == sizeof(HostRusage), "host rusage is bionic's");
-static_assert(sizeof(struct utimbuf) == sizeof(HostUtimbuf));
 
 namespace {
 constexpr long kGetrusage = 77;
 constexpr long kSemtimedop = 312;
 }  // namespace
-
-KELP_EXPORT int __utime64(const char* path, const GuestUtimbuf* times) {
-  HostUtimbuf host = {};
-  if (times != nullptr) utimbuf_musl2bionic(times, &host);
-  return utime(path, times != nullptr ? reinterpret_cast<utimbuf*>(&host) : nullptr);
-}
-KELP_EXPORT int kelp_adaptor_utime(const char*, const GuestUtimbuf*) KELP_ALIAS(__utime64);
 
 KELP_EXPORT pid_t __wait4_time64(pid_t pid, int* status, int options, GuestRusage* usage) {
   HostRusage host = {};

@@ -7,6 +7,7 @@
 #include <stdlib.h>
 #include <sys/resource.h>
 #include <sys/sem.h>
+#include <sys/stat.h>
 #include <sys/time.h>
 #include <sys/timerfd.h>
 #include <sys/wait.h>
@@ -152,6 +153,11 @@ int main(void) {
   struct utimbuf times = {1000000000, 2000000000};
   printf("utime: %d\n", utime("utime-file", &times));
   printf("utime(NULL): %d\n", utime("utime-file", NULL));
+  struct utimbuf far = {8589934592LL, 2240000000LL};
+  printf("utime(2^33, 2240000000): %d\n", utime("utime-file", &far));
+  struct stat st;
+  CHECK(stat("utime-file", &st) == 0);
+  printf("  read back: atime %lld mtime %lld\n", (long long)st.st_atime, (long long)st.st_mtime);
 
   printf("%d failed checks\n", failures);
   return failures != 0;
