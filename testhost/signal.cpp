@@ -6,6 +6,8 @@
 #include <signal.h>
 #include <string.h>
 #include <sys/signalfd.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include "../src/host/bionic_signal.h"
 #include "kelphost.h"
@@ -111,20 +113,13 @@ KELPHOST_EXPORT int signalfd64(int fd, const sigset64_t* mask, int flags) {
   return signalfd(fd, &wide, flags);
 }
 
-// glibc's own waits, bound by version: the 64-bit set widened to glibc's.
-extern "C" int GlibcSigtimedwait(const sigset_t* set, siginfo_t* info,
-                                 const struct timespec* timeout);
-extern "C" int GlibcSigwaitinfo(const sigset_t* set, siginfo_t* info);
-__asm__(".symver GlibcSigtimedwait, sigtimedwait@GLIBC_2.4");
-__asm__(".symver GlibcSigwaitinfo, sigwaitinfo@GLIBC_2.4");
-
+// The kernel's wait on the 8-byte set, as bionic issues it: the siginfo comes back as the kernel
+// wrote it (glibc's own functions would report SI_TKILL as SI_USER).
 KELPHOST_EXPORT int sigtimedwait64(const sigset64_t* set, siginfo_t* info,
                                    const struct timespec* timeout) {
-  sigset_t wide = Widen(set);
-  return GlibcSigtimedwait(&wide, info, timeout);
+  return static_cast<int>(syscall(SYS_rt_sigtimedwait, set, info, timeout, sizeof(*set)));
 }
 
 KELPHOST_EXPORT int sigwaitinfo64(const sigset64_t* set, siginfo_t* info) {
-  sigset_t wide = Widen(set);
-  return GlibcSigwaitinfo(&wide, info);
+  return sigtimedwait64(set, info, nullptr);
 }
