@@ -6,6 +6,8 @@
 #include <signal.h>
 #include <string.h>
 #include <sys/signalfd.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include "../src/host/bionic_signal.h"
 #include "kelphost.h"
@@ -109,4 +111,15 @@ KELPHOST_EXPORT int sigwait64(const sigset64_t* set, int* sig) {
 KELPHOST_EXPORT int signalfd64(int fd, const sigset64_t* mask, int flags) {
   sigset_t wide = Widen(mask);
   return signalfd(fd, &wide, flags);
+}
+
+// The kernel's wait on the 8-byte set, as bionic issues it: the siginfo comes back as the kernel
+// wrote it (glibc's own functions would report SI_TKILL as SI_USER).
+KELPHOST_EXPORT int sigtimedwait64(const sigset64_t* set, siginfo_t* info,
+                                   const struct timespec* timeout) {
+  return static_cast<int>(syscall(SYS_rt_sigtimedwait, set, info, timeout, sizeof(*set)));
+}
+
+KELPHOST_EXPORT int sigwaitinfo64(const sigset64_t* set, siginfo_t* info) {
+  return sigtimedwait64(set, info, nullptr);
 }

@@ -48,6 +48,8 @@ int sigsuspend64(const sigset64_t* set);
 int sigwait64(const sigset64_t* set, int* sig);
 int signalfd64(int fd, const sigset64_t* mask, int flags);
 int pthread_sigmask64(int how, const sigset64_t* set, sigset64_t* old);
+int sigtimedwait64(const sigset64_t* set, siginfo_t* info, const struct timespec* timeout);
+int sigwaitinfo64(const sigset64_t* set, siginfo_t* info);
 }
 
 static_assert(sizeof(sigset64_t) == 8);

@@ -59,8 +59,8 @@ struct FTSENT {
   char* fts_path;      // the handle's path buffer
   size_t fts_pathlen;
   size_t fts_namelen;
-  uint32_t fts_ino;
-  uint32_t fts_dev;
+  uint64_t fts_ino;    // full width: file systems with inode numbers past 2^32 exist
+  uint64_t fts_dev;
   uint32_t fts_nlink;
   int16_t fts_level;
   uint16_t fts_info;
@@ -69,7 +69,7 @@ struct FTSENT {
   struct stat* fts_statp;  // host layout; null under FTS_NOSTAT
   char fts_name[1];
 };
-static_assert(sizeof(FTSENT) == 72 && offsetof(FTSENT, fts_name) == 68);
+static_assert(sizeof(FTSENT) == 88 && offsetof(FTSENT, fts_name) == 80);
 static_assert(sizeof(struct stat) == 104, "entries carry the host's 104-byte stat record");
 
 using FtsCompare = int (*)(const FTSENT**, const FTSENT**);
@@ -79,7 +79,7 @@ struct FTS {
   FTSENT* fts_child;
   FTSENT** fts_array;
   size_t fts_nitems;
-  uint32_t fts_dev;
+  uint64_t fts_dev;
   char* fts_path;
   size_t fts_pathlen;
   int fts_rfd;

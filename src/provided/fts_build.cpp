@@ -104,8 +104,8 @@ uint16_t fts_stat(FTS* sp, FTSENT* p, bool follow, int dirfd) {
   }
 
   if (S_ISDIR(sb->st_mode)) {
-    p->fts_dev = static_cast<uint32_t>(sb->st_dev);
-    p->fts_ino = static_cast<uint32_t>(sb->st_ino);
+    p->fts_dev = sb->st_dev;
+    p->fts_ino = sb->st_ino;
     p->fts_nlink = static_cast<uint32_t>(sb->st_nlink);
     if (IsDot(p->fts_name)) return FTS_DOT;
     for (FTSENT* t = p->fts_parent; t->fts_level >= FTS_ROOTLEVEL; t = t->fts_parent) {
@@ -151,8 +151,7 @@ int fts_safe_changedir(FTS* sp, const FTSENT* p, int fd, const char* path) {
   int result = -1;
   struct stat sb;
   if (fstat(dir, &sb) == 0) {
-    if (static_cast<uint64_t>(sb.st_dev) != p->fts_dev ||
-        static_cast<uint64_t>(sb.st_ino) != p->fts_ino) {
+    if (sb.st_dev != p->fts_dev || sb.st_ino != p->fts_ino) {
       errno = ENOENT;
     } else {
       result = fchdir(dir);

@@ -1,8 +1,9 @@
 // Guest barriers (host barrier boxed in word 0 from init to a successful destroy) and spin
-// locks (one guest word copied through a host-sized local).
+// locks (the guest's one word, operated on atomically).
+#include <errno.h>
 #include <pthread.h>
+#include <sched.h>
 #include <stdlib.h>
-#include <string.h>
 
 #include "async_safe/log.h"
 #include "core/export.h"
@@ -15,21 +16,8 @@ struct GuestBarrier {
 };
 static_assert(sizeof(GuestBarrier) == 20);
 
-// bionic's spin lock is two words; the guest keeps the first, the second is always 0.
-union HostSpin {
-  pthread_spinlock_t lock;
-  uint32_t words[2];
-};
-
-template <typename Call>
-int OnSpin(uint32_t* guest, Call call) {
-  HostSpin local;
-  memset(&local, 0, sizeof(local));
-  local.words[0] = *guest;
-  int result = call(&local.lock);
-  *guest = local.words[0];
-  return result;
-}
+// Spinning this many times on a held lock before each yield of the processor.
+constexpr int kSpinsBeforeYield = 100;
 
 }  // namespace
 
@@ -75,25 +63,43 @@ KELP_EXPORT int kelp_adaptor_pthread_barrierattr_setpshared(pthread_barrierattr_
   return pthread_barrierattr_setpshared(attr, shared);
 }
 
+// The guest's one word is the lock itself (0 free, 1 held), operated on atomically: acquire on
+// locking, release on unlocking, so that the data it guards is seen whole by the next holder.
 // The mutex wording is the platform's own, shared with the mutex attribute's warning.
 KELP_EXPORT int kelp_adaptor_pthread_spin_init(uint32_t* lock, int shared) {
   if (shared == 1) {
     KELP_LOG(kLogWarn, "Process shared mutex is not supported!");
     return 22;
   }
-  HostSpin local;
-  memset(&local, 0, sizeof(local));
-  int result = pthread_spin_init(&local.lock, shared);
-  *lock = local.words[0];
-  return result;
+  __atomic_store_n(lock, 0, __ATOMIC_RELEASE);
+  return 0;
 }
 
-#define KELP_SPIN_OP(name)                                                   \
-  KELP_EXPORT int kelp_adaptor_##name(uint32_t* lock) {                     \
-    return OnSpin(lock, [](pthread_spinlock_t* host) { return name(host); }); \
+KELP_EXPORT int kelp_adaptor_pthread_spin_trylock(uint32_t* lock) {
+  uint32_t expected = 0;
+  return __atomic_compare_exchange_n(lock, &expected, 1, false, __ATOMIC_ACQUIRE,
+                                     __ATOMIC_RELAXED)
+             ? 0
+             : EBUSY;
+}
+
+// Waits on the shared word with plain loads, trying to take it only when it looks free; a
+// holder that was preempted gets the processor back through the yields.
+KELP_EXPORT int kelp_adaptor_pthread_spin_lock(uint32_t* lock) {
+  while (kelp_adaptor_pthread_spin_trylock(lock) != 0) {
+    for (int spins = 0; __atomic_load_n(lock, __ATOMIC_RELAXED) != 0; ++spins) {
+      if (spins >= kSpinsBeforeYield) {
+        sched_yield();
+        spins = 0;
+      }
+    }
   }
-KELP_SPIN_OP(pthread_spin_lock)
-KELP_SPIN_OP(pthread_spin_trylock)
-KELP_SPIN_OP(pthread_spin_unlock)
-KELP_SPIN_OP(pthread_spin_destroy)
-#undef KELP_SPIN_OP
+  return 0;
+}
+
+KELP_EXPORT int kelp_adaptor_pthread_spin_unlock(uint32_t* lock) {
+  __atomic_store_n(lock, 0, __ATOMIC_RELEASE);
+  return 0;
+}
+
+KELP_EXPORT int kelp_adaptor_pthread_spin_destroy(uint32_t*) { return 0; }

@@ -23,7 +23,9 @@ constexpr char kAllocationFailure[] = "Failed to malloc pthread_rwlock_t in adap
 
 // The host lock behind a guest lock, created on first use. A published lock is found with one
 // acquire load, so threads using their own locks never meet on the creation lock; racing first
-// users meet there and get one and the same host lock.
+// users meet there and get one and the same host lock. When the allocation fails the creation
+// lock is released and the result is null: the caller answers ENOMEM, and a later call tries
+// again.
 pthread_rwlock_t* HostLock(GuestRwlock* guest) {
   uint32_t word = __atomic_load_n(&guest->words[0], __ATOMIC_ACQUIRE);
   if (word != 0) return reinterpret_cast<pthread_rwlock_t*>(static_cast<uintptr_t>(word));
@@ -32,7 +34,7 @@ pthread_rwlock_t* HostLock(GuestRwlock* guest) {
   if (block == nullptr) {
     block = static_cast<pthread_rwlock_t*>(malloc(sizeof(pthread_rwlock_t)));
     if (block == nullptr) {
-      // The creation lock stays held on this path, and the host gets no lock at all.
+      pthread_mutex_unlock(&g_creation_lock);
       KELP_LOG(kLogError, kAllocationFailure);
       return nullptr;
     }
@@ -43,6 +45,8 @@ pthread_rwlock_t* HostLock(GuestRwlock* guest) {
   pthread_mutex_unlock(&g_creation_lock);
   return block;
 }
+
+constexpr int kNoMemory = 12;  // ENOMEM
 
 }  // namespace
 
@@ -60,6 +64,7 @@ KELP_EXPORT int kelp_adaptor_pthread_rwlock_init(GuestRwlock* lock,
 // Word 0 keeps the stale address, as the guest ABI's lock keeps its memory.
 KELP_EXPORT int kelp_adaptor_pthread_rwlock_destroy(GuestRwlock* lock) {
   pthread_rwlock_t* block = HostLock(lock);
+  if (block == nullptr) return kNoMemory;
   int result = pthread_rwlock_destroy(block);
   free(block);
   return result;
@@ -67,7 +72,8 @@ KELP_EXPORT int kelp_adaptor_pthread_rwlock_destroy(GuestRwlock* lock) {
 
 #define KELP_RWLOCK_OP(name)                                \
   KELP_EXPORT int kelp_adaptor_##name(GuestRwlock* lock) { \
-    return name(HostLock(lock));                            \
+    pthread_rwlock_t* block = HostLock(lock);               \
+    return block != nullptr ? name(block) : kNoMemory;      \
   }
 KELP_RWLOCK_OP(pthread_rwlock_rdlock)
 KELP_RWLOCK_OP(pthread_rwlock_tryrdlock)
@@ -79,6 +85,7 @@ KELP_RWLOCK_OP(pthread_rwlock_unlock)
 #define KELP_RWLOCK_TIMED_OP(name, host)                                                   \
   KELP_EXPORT int kelp_adaptor_##name(GuestRwlock* lock, const GuestTimespec* timeout) { \
     pthread_rwlock_t* block = HostLock(lock);                                             \
+    if (block == nullptr) return kNoMemory;                                               \
     return host(block, HostTimeout(timeout).get());                                       \
   }
 KELP_RWLOCK_TIMED_OP(pthread_rwlock_timedrdlock, pthread_rwlock_timedrdlock)
@@ -92,12 +99,14 @@ KELP_RWLOCK_TIMED_OP(pthread_rwlock_timedwrlock_monotonic_np,
 KELP_EXPORT int kelp_adaptor_pthread_rwlock_clockrdlock(GuestRwlock* lock, clockid_t clock,
                                                         const GuestTimespec* timeout) {
   pthread_rwlock_t* block = HostLock(lock);
+  if (block == nullptr) return kNoMemory;
   return pthread_rwlock_clockrdlock(block, clock, HostTimeout(timeout).get());
 }
 
 KELP_EXPORT int kelp_adaptor_pthread_rwlock_clockwrlock(GuestRwlock* lock, clockid_t clock,
                                                         const GuestTimespec* timeout) {
   pthread_rwlock_t* block = HostLock(lock);
+  if (block == nullptr) return kNoMemory;
   return pthread_rwlock_clockwrlock(block, clock, HostTimeout(timeout).get());
 }
 
@@ -106,6 +115,7 @@ KELP_EXPORT int __pthread_rwlock_timedrdlock_time64(GuestRwlock* lock,
                                                     const GuestTimespec* timeout) {
   if (OutOfHostRange(timeout)) return 22;
   pthread_rwlock_t* block = HostLock(lock);
+  if (block == nullptr) return kNoMemory;
   return pthread_rwlock_timedrdlock(block, HostTimeout(timeout).get());
 }
 
@@ -113,6 +123,7 @@ KELP_EXPORT int __pthread_rwlock_timedwrlock_time64(GuestRwlock* lock,
                                                     const GuestTimespec* timeout) {
   if (OutOfHostRange(timeout)) return 22;
   pthread_rwlock_t* block = HostLock(lock);
+  if (block == nullptr) return kNoMemory;
   return pthread_rwlock_timedwrlock(block, HostTimeout(timeout).get());
 }
 

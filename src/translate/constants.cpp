@@ -74,26 +74,25 @@ KELP_EXPORT int kelp_adaptor_fnmatch(const char* pattern, const char* string, in
   return fnmatch(pattern, string, host);
 }
 
-// The bionic mode stays in the low bits of the answer, as the guest ABI has it.
+// The guest's own constant, so that fesetround(fegetround()) keeps the mode.
 KELP_EXPORT int kelp_adaptor_fegetround() {
   int host = fegetround();
-  if (host == 0) return 0;
-  return host > 0 && host < 4 ? (host | kGuestRounding[host]) : host;
+  return host >= 0 && host < 4 ? kGuestRounding[host] : host;
 }
 
+// A mode the guest does not have is refused, and the current one stays.
 KELP_EXPORT int kelp_adaptor_fesetround(int mode) {
-  int host = 0;
-  for (int i = 1; i < 4; ++i) {
-    if (mode == kGuestRounding[i]) host = i;
+  for (int host = 0; host < 4; ++host) {
+    if (mode == kGuestRounding[host]) return fesetround(host);
   }
-  return fesetround(host);
+  return -1;
 }
 
+// C's FLT_ROUNDS: 0 toward zero, 1 to nearest, 2 upward, 3 downward; -1 for anything else.
 KELP_ENTRY(int, __flt_rounds, ()) {
-  static constexpr int kFltRounds[] = {1, 2, 3, 0};
-  uint32_t host = static_cast<uint32_t>(fegetround());
-  uint32_t rotated = (host >> 22) | (host << 10);
-  return rotated <= 3 ? kFltRounds[rotated] : -1;
+  static constexpr int kFltRounds[] = {1, 2, 3, 0};  // by bionic's mode
+  int host = fegetround();
+  return host >= 0 && host < 4 ? kFltRounds[host] : -1;
 }
 
 // The guest marks its default environment with the pointer value -1.

@@ -5,10 +5,13 @@
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
+#include <utime.h>
 
 #include "core/export.h"
 #include "host/bionic_errno.h"
 #include "translate/time_convert.h"
+
+static_assert(sizeof(struct utimbuf) == sizeof(HostUtimbuf));
 
 namespace {
 
@@ -84,6 +87,21 @@ KELP_EXPORT int __lutimes_time64(const char* path, const GuestTimeval* tv) {
   if (tv != nullptr) FromTimevals(tv, times, false);
   return static_cast<int>(Utimensat64(AT_FDCWD, path, times, AT_SYMLINK_NOFOLLOW));
 }
+
+// Times that fit the host's 32-bit utimbuf go to bionic's utime; later ones are set whole through
+// the kernel's 64-bit utimensat rather than cut to their low words. Null sets both to now.
+KELP_EXPORT int __utime64(const char* path, const GuestUtimbuf* times) {
+  if (times == nullptr) return utime(path, nullptr);
+  if (times->actime != static_cast<int32_t>(times->actime) ||
+      times->modtime != static_cast<int32_t>(times->modtime)) {
+    KernelTimespec64 wide[2] = {{times->actime, 0}, {times->modtime, 0}};
+    return static_cast<int>(Utimensat64(AT_FDCWD, path, wide, 0));
+  }
+  HostUtimbuf host = {};
+  utimbuf_musl2bionic(times, &host);
+  return utime(path, reinterpret_cast<utimbuf*>(&host));
+}
+KELP_EXPORT int kelp_adaptor_utime(const char*, const GuestUtimbuf*) KELP_ALIAS(__utime64);
 
 KELP_EXPORT int kelp_adaptor_getdents(int fd, void* buf, size_t count) {
   if (count > 0x7FFFFFFF) count = 0x7FFFFFFF;

@@ -9,10 +9,12 @@
     .fpu vfpv3-d16
     .text
 
-@ The capability word: zero at load and never written, so only the core registers, sp and lr
-@ travel. FPA and iWMMXt do not exist on ARMv7; their blocks keep their places in the layout.
+@ The capability word: AT_HWCAP, stored once at load (sigsetjmp_tail.cpp); with HWCAP_VFP the
+@ callee-saved d8-d15 travel too. FPA and iWMMXt do not exist on ARMv7; their blocks keep
+@ their places in the layout.
     .section .bss.kelp_jmp_hwcap, "aw", %nobits
     .p2align 2
+    .globl  kelp_jmp_hwcap
     .hidden kelp_jmp_hwcap
 kelp_jmp_hwcap:
     .space 4

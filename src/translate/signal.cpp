@@ -1,5 +1,6 @@
 // Guest signal sets and actions on bionic's 64-bit signal functions. The first 8 bytes of a
 // guest set are bit for bit a host sigset64_t, so set pointers pass through unchanged.
+#include <stdint.h>
 #include <string.h>
 
 #include "core/export.h"
@@ -85,12 +86,21 @@ KELP_ENTRY(int, sigandset, (GuestSigset* dest, const GuestSigset* a, const Guest
   return 0;
 }
 
-// bionic's sigtimedwait takes its 32-bit sigset_t: the host sees the first 32 signals of the set.
-// The timeout is required.
+// bionic's 64-bit-set forms, so that real-time signals 32 to 64 are waited for too. A null
+// time-out waits without limit; seconds past the host's range are capped (68 years is as good
+// as forever), and a negative or malformed time-out fails with EINVAL.
 KELP_EXPORT int __sigtimedwait_time64(const GuestSigset* set, siginfo_t* info,
                                       const GuestTimespec* timeout) {
+  if (timeout == nullptr) return sigwaitinfo64(Host(set), info);
+  GuestTimespec capped = *timeout;
+  if (capped.tv_sec > INT32_MAX) capped.tv_sec = INT32_MAX;
   HostTimespec host;
-  timespec_musl2bionic(timeout, &host);
-  return sigtimedwait(reinterpret_cast<const sigset_t*>(set), info,
-                      reinterpret_cast<const struct timespec*>(&host));
+  if (!TimeoutToHost(&capped, &host)) return -1;
+  return sigtimedwait64(Host(set), info, reinterpret_cast<const struct timespec*>(&host));
+}
+KELP_EXPORT int kelp_adaptor_sigtimedwait(const GuestSigset*, siginfo_t*, const GuestTimespec*)
+    KELP_ALIAS(__sigtimedwait_time64);
+
+KELP_EXPORT int kelp_adaptor_sigwaitinfo(const GuestSigset* set, siginfo_t* info) {
+  return sigwaitinfo64(Host(set), info);
 }

@@ -4,9 +4,12 @@
 #include <string.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
+#include <sys/sysmacros.h>
 
 #include "core/export.h"
 #include "guest/stat.h"
+#include "host/bionic_errno.h"
+#include "host/bionic_stat.h"
 #include "translate/stat_convert.h"
 
 // The host record is bionic's 104-byte layout, which the guest record repeats in its first bytes.
@@ -39,23 +42,71 @@ KELP_EXPORT void stat_bionic2musl(const struct stat* host, GuestStat* guest) {
   memset(reinterpret_cast<uint8_t*>(guest) + 40, 0, 4);
 }
 
-// A failed call leaves the guest record as it was.
-KELP_EXPORT int __fstatat_time64(int dirfd, const char* path, GuestStat* st, int flags) {
+namespace {
+
+constexpr int kStatxMissing = -2;
+
+// The kernel's statx carries 64-bit times: the guest record is built as from a host record of
+// the same file (the stat rule), then its 64-bit times are set from statx. Returns 0, -1 with
+// errno, or kStatxMissing where the kernel has no statx (before Linux 4.11).
+int StatxToGuest(int dirfd, const char* path, int flags, GuestStat* guest) {
+  struct statx sx = {};
+  if (statx(dirfd, path, flags | AT_NO_AUTOMOUNT, STATX_BASIC_STATS, &sx) != 0) {
+    return errno == ENOSYS ? kStatxMissing : -1;
+  }
   struct stat host = {};
-  int result = fstatat(dirfd, path, &host, flags);
-  if (result != 0) return result;
-  StatRule(&host, st);
+  host.st_dev = makedev(sx.stx_dev_major, sx.stx_dev_minor);
+  host.st_ino = sx.stx_ino;
+  host.st_mode = sx.stx_mode;
+  host.st_nlink = sx.stx_nlink;
+  host.st_uid = sx.stx_uid;
+  host.st_gid = sx.stx_gid;
+  host.st_rdev = makedev(sx.stx_rdev_major, sx.stx_rdev_minor);
+  host.st_size = static_cast<off_t>(sx.stx_size);
+  host.st_blksize = static_cast<blksize_t>(sx.stx_blksize);
+  host.st_blocks = static_cast<blkcnt_t>(sx.stx_blocks);
+  const struct statx_timestamp* times[] = {&sx.stx_atime, &sx.stx_mtime, &sx.stx_ctime};
+  struct timespec* narrow[] = {&host.st_atim, &host.st_mtim, &host.st_ctim};
+  GuestTimespec* wide[] = {&guest->st_atim, &guest->st_mtim, &guest->st_ctim};
+  for (int i = 0; i < 3; ++i) {
+    narrow[i]->tv_sec = static_cast<time_t>(times[i]->tv_sec);  // the low word
+    narrow[i]->tv_nsec = static_cast<long>(times[i]->tv_nsec);
+  }
+  StatRule(&host, guest);
+  for (int i = 0; i < 3; ++i) wide[i]->tv_sec = times[i]->tv_sec;
   return 0;
+}
+
+// The host's own record, where the kernel has no statx; its times end in 2038. A failed call
+// leaves the guest record as it was.
+int HostStatToGuest(int dirfd, const char* path, int flags, GuestStat* guest) {
+  struct stat host = {};
+  int result = (flags & AT_EMPTY_PATH) != 0 && path[0] == '\0'
+                   ? fstat(dirfd, &host)
+                   : fstatat(dirfd, path, &host, flags);
+  if (result != 0) return result;
+  StatRule(&host, guest);
+  return 0;
+}
+
+int StatToGuest(int dirfd, const char* path, int flags, GuestStat* guest) {
+  int saved = errno;
+  int result = StatxToGuest(dirfd, path, flags, guest);
+  if (result != kStatxMissing) return result;
+  errno = saved;  // the missing statx is no concern of the caller's
+  return HostStatToGuest(dirfd, path, flags, guest);
+}
+
+}  // namespace
+
+KELP_EXPORT int __fstatat_time64(int dirfd, const char* path, GuestStat* st, int flags) {
+  return StatToGuest(dirfd, path, flags, st);
 }
 KELP_EXPORT int kelp_adaptor_fstatat(int, const char*, GuestStat*, int)
     KELP_ALIAS(__fstatat_time64);
 
 KELP_EXPORT int __fstat_time64(int fd, GuestStat* st) {
-  struct stat host = {};
-  int result = fstat(fd, &host);
-  if (result != 0) return result;
-  StatRule(&host, st);
-  return 0;
+  return StatToGuest(fd, "", AT_EMPTY_PATH, st);
 }
 KELP_EXPORT int kelp_adaptor_fstat(int, GuestStat*) KELP_ALIAS(__fstat_time64);
 

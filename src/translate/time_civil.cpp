@@ -99,9 +99,42 @@ KELP_EXPORT struct tm* __localtime64_r(const int64_t* t, struct tm* tm) {
   return localtime64_r(t, tm);
 }
 
-KELP_EXPORT int64_t __mktime64(struct tm* tm) { return mktime64(tm); }
+namespace {
 
-KELP_EXPORT int64_t __timegm_time64(struct tm* tm) { return timegm64(tm); }
+// C's mktime and timegm: bionic's 64-bit forms compute the time but leave the record as it was,
+// so the record is rebuilt from the result (normalised, weekday, day of year, DST flag, offset
+// and zone). A time whose date does not fit the record fails with EOVERFLOW.
+int64_t Normalised(struct tm* tm, int64_t (*compute)(const struct tm*),
+                   struct tm* (*decompose)(const int64_t*, struct tm*)) {
+  int saved = errno;
+  errno = 0;
+  int64_t t = compute(tm);
+  struct tm out;
+  if ((t == -1 && errno != 0) || decompose(&t, &out) == nullptr) {
+    errno = EOVERFLOW;
+    return -1;
+  }
+  errno = saved;
+  *tm = out;
+  return t;
+}
+
+int64_t HostMktime(const struct tm* tm) { return mktime64(tm); }
+int64_t HostTimegm(const struct tm* tm) { return timegm64(tm); }
+struct tm* HostLocaltime(const int64_t* t, struct tm* tm) { return localtime64_r(t, tm); }
+
+}  // namespace
+
+KELP_EXPORT int64_t __mktime64(struct tm* tm) {
+  return Normalised(tm, HostMktime, HostLocaltime);
+}
+KELP_EXPORT int64_t kelp_adaptor_mktime(struct tm*) KELP_ALIAS(__mktime64);
+KELP_EXPORT int64_t kelp_adaptor_timelocal(struct tm*) KELP_ALIAS(__mktime64);
+
+KELP_EXPORT int64_t __timegm_time64(struct tm* tm) {
+  return Normalised(tm, HostTimegm, __gmtime64_r);
+}
+KELP_EXPORT int64_t kelp_adaptor_timegm(struct tm*) KELP_ALIAS(__timegm_time64);
 
 KELP_EXPORT char* __ctime64(const int64_t* t) {
   struct tm* tm = localtime64(t);

@@ -2,7 +2,10 @@
 // words' shape, so one piece of code serves several names.
 #include "translate/time_convert.h"
 
+#include <stdint.h>
 #include <string.h>
+
+#include "host/bionic_errno.h"
 
 #include "core/export.h"
 
@@ -86,4 +89,14 @@ KELP_EXPORT void rusage_musl2bionic(const GuestRusage* guest, HostRusage* host) 
 KELP_EXPORT void rusage_bionic2musl(GuestRusage* guest, const HostRusage* host) {
   TwoWidened(&guest->ru_utime, &host->ru_utime);
   memcpy(guest->counters, host->counters, sizeof(guest->counters));
+}
+
+bool TimeoutToHost(const GuestTimespec* guest, HostTimespec* host) {
+  if (guest->tv_sec < 0 || guest->tv_sec > INT32_MAX || guest->tv_nsec < 0 ||
+      guest->tv_nsec >= 1000000000) {
+    errno = EINVAL;
+    return false;
+  }
+  timespec_musl2bionic(guest, host);
+  return true;
 }

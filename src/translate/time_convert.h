@@ -60,3 +60,7 @@ void timeb_bionic2musl(GuestTimeb* guest, const HostTimeb* host);
 void rusage_musl2bionic(const GuestRusage* guest, HostRusage* host);
 void rusage_bionic2musl(GuestRusage* guest, const HostRusage* host);
 }
+
+// A relative guest time-out as the host's record. Unlike the converters above, a negative or
+// out-of-range value is refused (false, errno EINVAL) instead of wrapping into another wait.
+bool TimeoutToHost(const GuestTimespec* guest, HostTimespec* host);

@@ -46,11 +46,20 @@ int main(void) {
   printf("ilogbf(smallest subnormal) = %d\n", ilogbf(FLT_TRUE_MIN));
 
   printf("fegetround() == FE_TONEAREST: %d\n", fegetround() == FE_TONEAREST);
-  fesetround(FE_UPWARD);
-  printf("after FE_UPWARD, fegetround() & FE_UPWARD: %d\n", (fegetround() & FE_UPWARD) != 0);
-  fesetround(fegetround());
-  printf("fesetround(fegetround()) keeps upward: %d\n", (fegetround() & FE_UPWARD) != 0);
-  fesetround(FE_TONEAREST);
-  printf("FLT_ROUNDS at nearest = %d\n", FLT_ROUNDS);
+  volatile double one = 1.0, three = 3.0;
+  const struct { const char* name; int mode; } modes[] = {
+      {"upward", FE_UPWARD}, {"downward", FE_DOWNWARD}, {"toward zero", FE_TOWARDZERO},
+      {"nearest", FE_TONEAREST}};
+  for (size_t i = 0; i < sizeof(modes) / sizeof(modes[0]); ++i) {
+    int set = fesetround(modes[i].mode);
+    int got = fegetround();
+    int again = fesetround(fegetround());
+    printf("%s: fesetround %d, fegetround is it %d, kept by fesetround(fegetround()) %d %d, "
+           "FLT_ROUNDS %d, 1/3 = %a\n", modes[i].name, set, got == modes[i].mode, again,
+           fegetround() == modes[i].mode, FLT_ROUNDS, one / three);
+  }
+  printf("fesetround(0x400001) refused: %d\n", fesetround(0x400001) != 0);
+  printf("fesetround(1) refused: %d\n", fesetround(1) != 0);
+  printf("mode still nearest: %d\n", fegetround() == FE_TONEAREST);
   return 0;
 }

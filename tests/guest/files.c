@@ -58,7 +58,6 @@ int main(void) {
   printf("fstatat(link): %d, is regular %d\n", fstatat(dir, "link", &st, 0), S_ISREG(st.st_mode));
   close(dir);
 
-  /* Within 32 bits: bionic's own stat records carry 32-bit times. */
   struct timespec ts[2] = {{-100, 5}, {2100000000, 123456789}};
   printf("utimensat: %d\n", utimensat(AT_FDCWD, "tree/sub/data", ts, 0));
   fd = open("tree/sub/data", O_RDONLY);
@@ -68,6 +67,15 @@ int main(void) {
   printf("futimens: %d\n", futimens(fd, now));
   fstat(fd, &st);
   printf("  mtime %lld\n", (long long)st.st_mtim.tv_sec);
+  close(fd);
+  /* Past 2038: 2^33 seconds is in the year 2242. */
+  close(open("far-file", O_CREAT | O_WRONLY, 0644));
+  struct timespec far[2] = {{8589934592LL + 5, 0}, {8589934592LL, 250}};
+  printf("utimensat(2^33): %d\n", utimensat(AT_FDCWD, "far-file", far, 0));
+  printf("stat: %d, mtime %lld.%09ld atime %lld\n", stat("far-file", &st),
+         (long long)st.st_mtim.tv_sec, st.st_mtim.tv_nsec, (long long)st.st_atim.tv_sec);
+  fd = open("far-file", O_RDONLY);
+  printf("fstat: %d, mtime %lld\n", fstat(fd, &st), (long long)st.st_mtim.tv_sec);
   close(fd);
   errno = 0;
   printf("stat(missing): %d errno %d\n", stat("tree/missing", &st), errno);

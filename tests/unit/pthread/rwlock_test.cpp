@@ -6,6 +6,7 @@
 #include <time.h>
 
 #include <atomic>
+#include <chrono>
 #include <thread>
 #include <vector>
 
@@ -156,7 +157,7 @@ TEST(barrier, threads_meet_and_destroy_unboxes) {
   EXPECT_EQ(22, kelp_adaptor_pthread_barrier_destroy(&barrier));
 }
 
-TEST(spin, copied_word_and_the_shared_refusal) {
+TEST(spin, the_guest_word_is_the_lock_and_the_shared_refusal) {
   FakeLogDaemon daemon;
   uint32_t lock = 0x1234;
   EXPECT_EQ(22, kelp_adaptor_pthread_spin_init(&lock, 1));
@@ -164,12 +165,46 @@ TEST(spin, copied_word_and_the_shared_refusal) {
   EXPECT_EQ((std::vector<std::string>{"Process shared mutex is not supported!"}),
             daemon.Messages());
   ASSERT_EQ(0, kelp_adaptor_pthread_spin_init(&lock, 0));
+  EXPECT_EQ(0u, lock);
   EXPECT_EQ(0, kelp_adaptor_pthread_spin_lock(&lock));
-  EXPECT_NE(0u, lock) << "the held state travels in the guest word";
+  EXPECT_NE(0u, lock) << "the held state lives in the guest word";
   EXPECT_EQ(EBUSY, kelp_adaptor_pthread_spin_trylock(&lock));
   EXPECT_EQ(0, kelp_adaptor_pthread_spin_unlock(&lock));
+  EXPECT_EQ(0u, lock);
   EXPECT_EQ(0, kelp_adaptor_pthread_spin_trylock(&lock));
+  EXPECT_EQ(EBUSY, kelp_adaptor_pthread_spin_trylock(&lock));
   kelp_adaptor_pthread_spin_unlock(&lock);
+}
+
+namespace {
+// Heap-held so that threads that never finish do not outlive what they use.
+struct SpinCounter {
+  uint32_t lock = 0;
+  long counter = 0;
+  std::atomic<int> finished{0};
+};
+}  // namespace
+
+TEST(spin, four_threads_count_exactly_under_the_lock) {
+  constexpr int kThreads = 4, kIncrements = 200000;
+  auto* shared = new SpinCounter;
+  ASSERT_EQ(0, kelp_adaptor_pthread_spin_init(&shared->lock, 0));
+  for (int t = 0; t < kThreads; ++t) {
+    std::thread([shared] {
+      for (int i = 0; i < kIncrements; ++i) {
+        kelp_adaptor_pthread_spin_lock(&shared->lock);
+        shared->counter = shared->counter + 1;
+        kelp_adaptor_pthread_spin_unlock(&shared->lock);
+      }
+      shared->finished.fetch_add(1);
+    }).detach();
+  }
+  for (int waits = 0; shared->finished.load() < kThreads && waits < 6000; ++waits) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));  // a minute at most
+  }
+  ASSERT_EQ(kThreads, shared->finished.load()) << "a thread never got the lock";
+  EXPECT_EQ(long{kThreads} * kIncrements, shared->counter);
+  delete shared;
 }
 
 TEST(semaphore, posts_waits_and_messages) {

@@ -185,19 +185,22 @@ TEST(fnmatch, pathname_and_noescape_as_the_guest_means_them) {
 
 TEST(rounding, modes_round_trip_and_flt_rounds) {
   int saved = fegetround();
-  constexpr int kUpward = 0x400000, kDownward = 0x800000, kTowardZero = 0xC00000;
-  EXPECT_EQ(0, kelp_adaptor_fegetround());
-  EXPECT_EQ(1, GuestFltRounds());
-  const int modes[][2] = {{kUpward, 0x400001}, {kDownward, 0x800002}, {kTowardZero, 0xC00003}};
+  // Guest mode, FLT_ROUNDS (C: 0 toward zero, 1 nearest, 2 upward, 3 downward), and the
+  // host's mode in bionic's numbering (the stand-in's fegetround comes ahead of glibc's libm).
+  const int modes[][3] = {{0x400000, 2, 1}, {0x800000, 3, 2}, {0xC00000, 0, 3}, {0, 1, 0}};
   for (auto& m : modes) {
-    ASSERT_EQ(0, kelp_adaptor_fesetround(m[0]));
-    EXPECT_EQ(m[1], kelp_adaptor_fegetround()) << "the host mode stays in the low bits";
-    EXPECT_EQ(-1, GuestFltRounds());
+    ASSERT_EQ(0, kelp_adaptor_fesetround(m[0])) << m[0];
+    EXPECT_EQ(m[2], fegetround()) << m[0] << " reaches the processor";
+    EXPECT_EQ(m[0], kelp_adaptor_fegetround()) << "the guest's own constant";
+    EXPECT_EQ(m[1], GuestFltRounds()) << m[0];
+    ASSERT_EQ(0, kelp_adaptor_fesetround(kelp_adaptor_fegetround())) << m[0];
+    EXPECT_EQ(m[0], kelp_adaptor_fegetround()) << "save and restore keeps the mode";
   }
-  ASSERT_EQ(0, kelp_adaptor_fesetround(kUpward));
-  ASSERT_EQ(0, kelp_adaptor_fesetround(kelp_adaptor_fegetround()));
-  EXPECT_EQ(0, kelp_adaptor_fegetround()) << "the OR'ed value sets round-to-nearest";
-  ASSERT_EQ(0, kelp_adaptor_fesetround(kDownward));
+  ASSERT_EQ(0, kelp_adaptor_fesetround(0x800000));
+  for (int unknown : {1, 2, 3, 0x400001, 0x800002, 0x1000000, -1, 0x400000 | 0x800000 | 1}) {
+    EXPECT_NE(0, kelp_adaptor_fesetround(unknown)) << unknown;
+    EXPECT_EQ(0x800000, kelp_adaptor_fegetround()) << unknown << " left the mode alone";
+  }
   EXPECT_EQ(0, kelp_adaptor_fesetenv(reinterpret_cast<const fenv_t*>(-1)));
   EXPECT_EQ(0, kelp_adaptor_fegetround()) << "the guest's default-environment marker";
   fesetround(saved);

@@ -5,6 +5,7 @@
 #include <signal.h>
 #include <stdint.h>
 #include <string.h>
+#include <sys/auxv.h>
 
 #include <gtest/gtest.h>
 
@@ -73,6 +74,9 @@ JumpKeepsRegisters:
 namespace {
 alignas(8) uint8_t g_buf[kGuestJmpBufSize];
 
+// ARM Linux hardware capabilities (AT_HWCAP).
+constexpr unsigned long kHwcapFpa = 0x20, kHwcapVfp = 0x40;
+
 sigset_t CurrentMask() {
   sigset_t mask;
   pthread_sigmask(SIG_SETMASK, nullptr, &mask);
@@ -111,8 +115,18 @@ TEST(setjmp, callee_saved_registers_and_stack_pointer_come_back) {
   uint32_t saved[8];
   memcpy(saved, buf, sizeof(saved));
   for (int i = 0; i < 8; ++i) EXPECT_EQ(expected[i], saved[i]) << "buffer word " << i;
-  EXPECT_EQ(0xEE, buf[kJmpBufCoprocessor]) << "capability word is zero: no coprocessor block";
-  EXPECT_EQ(0xEE, buf[kJmpBufMask]) << "setjmp saves no mask";
+  // The VFP block (d8-d15) follows the FPA block's place when the processor reports VFP.
+  unsigned long hwcap = getauxval(AT_HWCAP);
+  size_t vfp = kJmpBufCoprocessor + ((hwcap & kHwcapFpa) != 0 ? 48 : 0);
+  auto untouched = [&](size_t from, size_t to) {
+    for (size_t i = from; i < to; ++i) {
+      if (buf[i] != 0xEE) return false;
+    }
+    return true;
+  };
+  EXPECT_TRUE(untouched(kJmpBufCoprocessor, vfp)) << "the FPA block is only skipped";
+  EXPECT_EQ((hwcap & kHwcapVfp) == 0, untouched(vfp, vfp + 64)) << "hwcap " << hwcap;
+  EXPECT_TRUE(untouched(vfp + 64, kGuestJmpBufSize)) << "nothing else; setjmp saves no mask";
 }
 
 TEST(setjmp, longjmp_value_reaches_setjmp) {

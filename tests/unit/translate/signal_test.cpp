@@ -158,7 +158,7 @@ TEST(signal_sets, procmask_pending_and_timed_wait) {
   ASSERT_EQ(0, kelp_adaptor_sigpending(&pending));
   EXPECT_EQ(1, kelp_adaptor_sigismember(&pending, SIGUSR2));
 
-  GuestTimespec timeout = {0x100000000LL, 0, 0};  // the low word: no wait at all
+  GuestTimespec timeout = {0x100000000LL, 0, 0};  // capped to the host's range; one is pending
   siginfo_t info = {};
   EXPECT_EQ(SIGUSR2, __sigtimedwait_time64(&block, &info, &timeout));
   EXPECT_EQ(SIGUSR2, info.si_signo);
@@ -166,4 +166,44 @@ TEST(signal_sets, procmask_pending_and_timed_wait) {
   errno = 0;
   EXPECT_EQ(-1, __sigtimedwait_time64(&block, &info, &timeout));
   EXPECT_EQ(EAGAIN, errno);
+}
+
+// Real-time signals lie beyond the first 32 of the set: the wait must see all 64.
+TEST(signal_sets, timed_wait_sees_real_time_signals_and_waits_without_limit) {
+  constexpr int kRealtime = 48;
+  SignalRestorer restore(kRealtime);
+  GuestSigset set = Filled(0);
+  kelp_adaptor_sigaddset(&set, kRealtime);
+  kelp_adaptor_sigaddset(&set, SIGUSR1);
+  ASSERT_EQ(0, kelp_adaptor_sigprocmask(SIG_BLOCK, &set, nullptr));
+
+  ASSERT_EQ(0, raise(kRealtime));
+  GuestTimespec timeout = {2, 0, 0};
+  siginfo_t info = {};
+  EXPECT_EQ(kRealtime, __sigtimedwait_time64(&set, &info, &timeout));
+  EXPECT_EQ(kRealtime, info.si_signo);
+
+  ASSERT_EQ(0, raise(kRealtime));
+  auto sigwaitinfo = AdaptorSymbol<int (*)(const GuestSigset*, siginfo_t*)>(
+      "kelp_adaptor_sigwaitinfo");
+  if (sigwaitinfo != nullptr) {
+    EXPECT_EQ(kRealtime, sigwaitinfo(&set, &info));
+  }
+
+  pthread_t self = pthread_self();
+  pthread_t sender;
+  ASSERT_EQ(0, pthread_create(&sender, nullptr, [](void* target) -> void* {
+    usleep(50000);
+    pthread_kill(*static_cast<pthread_t*>(target), SIGUSR1);
+    return nullptr;
+  }, &self));
+  EXPECT_EQ(SIGUSR1, __sigtimedwait_time64(&set, &info, nullptr)) << "null waits without limit";
+  pthread_join(sender, nullptr);
+
+  const GuestTimespec bad[] = {{-1, 0, 0}, {0, 1000000000, 0}, {INT64_MIN, 0, 0}};
+  for (const GuestTimespec& t : bad) {
+    errno = 0;
+    EXPECT_EQ(-1, __sigtimedwait_time64(&set, &info, &t)) << t.tv_sec << " " << t.tv_nsec;
+    EXPECT_EQ(EINVAL, errno);
+  }
 }

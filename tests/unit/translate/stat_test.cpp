@@ -9,7 +9,9 @@
 #include <sys/statvfs.h>
 #include <unistd.h>
 
+#include <functional>
 #include <string>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -27,6 +29,7 @@ int __utimes_time64(const char*, const GuestTimeval*);
 int __lutimes_time64(const char*, const GuestTimeval*);
 int __utimensat_time64(int, const char*, const GuestTimespec*, int);
 int kelp_adaptor_futimens(int, const GuestTimespec*);
+int __utime64(const char*, const GuestUtimbuf*);
 void stat_bionic2musl(const struct stat*, GuestStat*);
 }
 
@@ -168,4 +171,73 @@ TEST_F(StatTest, file_times) {
   close(fd);
   stat(file_.c_str(), &host);
   EXPECT_EQ(9, host.st_mtim.tv_sec);
+}
+
+// Times past 2038 reach the guest whole, through every entry of the stat family.
+TEST_F(StatTest, times_past_2038_reach_the_guest_whole) {
+  constexpr int64_t kFar = int64_t{1} << 33;
+  GuestStat before = Filled();
+  ASSERT_EQ(0, __stat_time64(file_.c_str(), &before));
+  const GuestTimespec times[2] = {{kFar + 5, 250, 0}, {kFar, 999999999, 0}};
+  ASSERT_EQ(0, __utimensat_time64(AT_FDCWD, file_.c_str(), times, 0));
+
+  int fd = open(file_.c_str(), O_RDONLY);
+  int dirfd = open(dir_.c_str(), O_RDONLY | O_DIRECTORY);
+  ASSERT_GE(fd, 0);
+  ASSERT_GE(dirfd, 0);
+  std::string link = dir_ + "/link";
+  ASSERT_EQ(0, symlink("file", link.c_str()));
+  const std::pair<const char*, std::function<int(GuestStat*)>> entries[] = {
+      {"stat", [&](GuestStat* st) { return __stat_time64(file_.c_str(), st); }},
+      {"lstat", [&](GuestStat* st) { return __lstat_time64(file_.c_str(), st); }},
+      {"stat of a link", [&](GuestStat* st) { return __stat_time64(link.c_str(), st); }},
+      {"fstat", [&](GuestStat* st) { return __fstat_time64(fd, st); }},
+      {"fstatat", [&](GuestStat* st) { return __fstatat_time64(dirfd, "file", st, 0); }},
+  };
+  for (const auto& [name, call] : entries) {
+    GuestStat st = Filled();
+    ASSERT_EQ(0, call(&st)) << name << ": " << strerror(errno);
+    EXPECT_EQ(kFar, st.st_mtim.tv_sec) << name;
+    EXPECT_EQ(999999999, st.st_mtim.tv_nsec) << name;
+    EXPECT_EQ(kFar + 5, st.st_atim.tv_sec) << name;
+    EXPECT_EQ(250, st.st_atim.tv_nsec) << name;
+    EXPECT_EQ(0, st.time32[2]) << name << ": the 32-bit copies hold the low words";
+    EXPECT_EQ(5, st.time32[0]) << name;
+    EXPECT_GT(st.st_ctim.tv_sec, 1600000000) << name;
+    EXPECT_EQ(before.st_ino, st.st_ino) << name;
+    EXPECT_EQ(before.st_dev, st.st_dev) << name;
+    EXPECT_EQ(before.st_mode, st.st_mode) << name;
+    EXPECT_EQ(5, st.st_size) << name;
+    EXPECT_EQ(static_cast<int32_t>(0xABABABAB), st.st_mtim.pad) << name;
+  }
+  GuestStat st = Filled();
+  ASSERT_EQ(0, __lstat_time64(link.c_str(), &st));
+  EXPECT_TRUE(S_ISLNK(st.st_mode));
+  close(fd);
+  close(dirfd);
+}
+
+// utime takes 64-bit times: none is cut to the host's 32-bit utimbuf.
+TEST_F(StatTest, utime_sets_times_past_2038_whole) {
+  const GuestUtimbuf cases[] = {{int64_t{1} << 33, int64_t{1} << 33},
+                                {2240000000, 2240000000 + 7},
+                                {1000000000, 2000000000},
+                                {-5, int64_t{1} << 33}};
+  for (const GuestUtimbuf& times : cases) {
+    ASSERT_EQ(0, __utime64(file_.c_str(), &times)) << times.actime << ": " << strerror(errno);
+    GuestStat st = Filled();
+    ASSERT_EQ(0, __stat_time64(file_.c_str(), &st));
+    EXPECT_EQ(times.actime, st.st_atim.tv_sec);
+    EXPECT_EQ(times.modtime, st.st_mtim.tv_sec);
+    EXPECT_EQ(0, st.st_mtim.tv_nsec);
+  }
+  struct timespec before;
+  clock_gettime(CLOCK_REALTIME, &before);
+  ASSERT_EQ(0, __utime64(file_.c_str(), nullptr));
+  GuestStat st = Filled();
+  ASSERT_EQ(0, __stat_time64(file_.c_str(), &st));
+  EXPECT_NEAR(before.tv_sec, st.st_mtim.tv_sec, 2) << "null sets the times to now";
+  errno = 0;
+  EXPECT_EQ(-1, __utime64((dir_ + "/missing").c_str(), &cases[0]));
+  EXPECT_EQ(ENOENT, errno);
 }

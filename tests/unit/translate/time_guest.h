@@ -27,6 +27,7 @@ int __timespec_get_time64(GuestTimespec*, int);
 int __thrd_sleep_time64(const GuestTimespec*, GuestTimespec*);
 pid_t __wait4_time64(pid_t, int*, int, GuestRusage*);
 int __getrusage_time64(int, GuestRusage*);
+int __semtimedop_time64(int, void*, size_t, const GuestTimespec*);
 int __adjtime64(const GuestTimeval*, GuestTimeval*);
 int __ftime64(GuestTimeb*);
 struct tm* __gmtime64_r(const int64_t*, struct tm*);

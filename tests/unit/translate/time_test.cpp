@@ -1,9 +1,11 @@
 // The 64-bit time entry points, called as a guest calls them.
 #include <errno.h>
+#include <limits.h>
 #include <signal.h>
 #include <stdlib.h>
 #include <string.h>
 #include <sys/resource.h>
+#include <sys/sem.h>
 #include <sys/timerfd.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -149,19 +151,96 @@ TEST(time64, wait4_converts_usage_of_a_real_child) {
   for (int i = 16; i < 32; ++i) EXPECT_EQ(0xCC, bytes[i]) << "ru_stime stays as it was";
 }
 
-TEST(time64, getrusage_writes_the_kernel_record_and_fails_with_errno_1) {
+namespace {
+// Burns at least `seconds` of this process's CPU time.
+void BurnCpu(double seconds) {
+  volatile uint32_t sink = 1;
+  struct timespec used = {};
+  do {
+    for (int i = 0; i < 100000; ++i) sink = sink * 1664525u + 1013904223u;
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &used);
+  } while (used.tv_sec + used.tv_nsec / 1e9 < seconds);
+}
+}  // namespace
+
+TEST(time64, getrusage_fills_the_whole_guest_record) {
+  BurnCpu(0.4);  // under emulation much of it is system time
   GuestRusage usage;
   memset(&usage, 0xCC, sizeof(usage));
-  EXPECT_EQ(0, GUEST(__getrusage_time64)(RUSAGE_SELF, &usage));
-  // The kernel's 72-byte 32-bit record, unconverted, at the start of the guest's.
-  const auto* words = reinterpret_cast<const int32_t*>(&usage);
-  EXPECT_GE(words[1], 0);
-  EXPECT_LT(words[1], 1000000) << "utime microseconds at offset 4";
-  EXPECT_GT(words[4 + 4], 0) << "ru_minflt at offset 32 of the kernel's record";
-  EXPECT_EQ(static_cast<int32_t>(0xCCCCCCCC), words[18]) << "nothing past 72 bytes";
+  ASSERT_EQ(0, GUEST(__getrusage_time64)(RUSAGE_SELF, &usage));
+  double user = usage.ru_utime.tv_sec + usage.ru_utime.tv_usec / 1e6;
+  EXPECT_GE(user, 0.05);
+  EXPECT_LE(user, 60.0);
+  for (const GuestTimeval* tv : {&usage.ru_utime, &usage.ru_stime}) {
+    EXPECT_GE(tv->tv_sec, 0);
+    EXPECT_GE(tv->tv_usec, 0);
+    EXPECT_LT(tv->tv_usec, 1000000);
+  }
+  EXPECT_GT(usage.counters[0], 0) << "ru_maxrss at offset 32";
+  EXPECT_GT(usage.counters[4], 0) << "ru_minflt at offset 48";
+  for (int32_t word : usage.reserved) EXPECT_EQ(static_cast<int32_t>(0xCCCCCCCC), word);
+}
+
+TEST(time64, getrusage_fails_with_the_kernel_errno) {
+  struct Case {
+    int who;
+    GuestRusage* usage;
+    int error;
+  };
+  GuestRusage usage;
+  const Case cases[] = {{12345, &usage, EINVAL},
+                        {RUSAGE_SELF, reinterpret_cast<GuestRusage*>(8), EFAULT}};
+  for (const Case& c : cases) {
+    errno = 0;
+    EXPECT_EQ(-1, GUEST(__getrusage_time64)(c.who, c.usage)) << c.who;
+    EXPECT_EQ(c.error, errno) << c.who;
+  }
+}
+
+namespace {
+double MonotonicNow() {
+  struct timespec now;
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return now.tv_sec + now.tv_nsec / 1e9;
+}
+
+// A private semaphore set of one semaphore at 0, removed again at the end of the scope.
+struct Semaphore {
+  Semaphore() : id(semget(IPC_PRIVATE, 1, 0600)) {}
+  ~Semaphore() { semctl(id, 0, IPC_RMID); }
+  int id;
+};
+}  // namespace
+
+TEST(time64, semtimedop_waits_for_its_time_out) {
+  Semaphore sem;
+  ASSERT_GE(sem.id, 0);
+  struct sembuf take = {0, -1, 0};
+  GuestTimespec timeout = {0, 300000000, kPadSentinel};
+  double start = MonotonicNow();
   errno = 0;
-  EXPECT_EQ(-1, GUEST(__getrusage_time64)(12345, &usage));
-  EXPECT_EQ(1, errno);
+  EXPECT_EQ(-1, GUEST(__semtimedop_time64)(sem.id, &take, 1, &timeout));
+  EXPECT_EQ(EAGAIN, errno);
+  double waited = MonotonicNow() - start;
+  EXPECT_GE(waited, 0.25);
+  EXPECT_LT(waited, 10.0);
+
+  struct sembuf give = {0, 1, 0};
+  EXPECT_EQ(0, GUEST(__semtimedop_time64)(sem.id, &give, 1, nullptr)) << "no time-out at all";
+  EXPECT_EQ(0, GUEST(__semtimedop_time64)(sem.id, &take, 1, &timeout));
+}
+
+TEST(time64, semtimedop_refuses_time_outs_out_of_range) {
+  Semaphore sem;
+  ASSERT_GE(sem.id, 0);
+  struct sembuf take = {0, -1, 0};
+  const GuestTimespec bad[] = {{-1, 0, 0}, {0, -1, 0}, {0, 1000000000, 0}, {1LL << 32, 0, 0},
+                               {INT64_MIN, 0, 0}};
+  for (const GuestTimespec& timeout : bad) {
+    errno = 0;
+    EXPECT_EQ(-1, GUEST(__semtimedop_time64)(sem.id, &take, 1, &timeout)) << timeout.tv_sec;
+    EXPECT_EQ(EINVAL, errno) << timeout.tv_sec << " " << timeout.tv_nsec;
+  }
 }
 
 // Only the rejection paths and read-only calls: nothing here may change the machine's clock.
@@ -212,4 +291,52 @@ TEST(time64, zone_dependent_calls_past_2038) {
   tm.tm_mday = 1;
   EXPECT_EQ(t, GUEST(__timegm_time64)(&tm));
   EXPECT_EQ(t, GUEST(__mktime64)(&tm));
+}
+
+// C's mktime: the record comes back normalised, with the fields derived from the result.
+TEST(time64, mktime_and_timegm_normalise_the_record) {
+  setenv("TZ", "UTC0", 1);
+  tzset();
+  struct Case {
+    int year, mon, mday, sec;                 // as given
+    int64_t t;                                // the result
+    int n_year, n_mon, n_mday, n_sec, wday, yday;  // read back
+  };
+  const Case cases[] = {
+      {121, 2, 0, 0, 1614470400, 121, 1, 28, 0, 0, 58},        // day 0 of March 2021
+      {121, 12, 15, 0, 1642204800, 122, 0, 15, 0, 6, 14},      // month 13
+      {116, 11, 31, 86399 + 1, 1483228800, 117, 0, 1, 0, 0, 0},  // 2016-12-31 00:00 + 86400 s
+      {120, 2, -1, 0, 1582848000, 120, 1, 28, 0, 5, 58},       // day -1 of March 2020
+      {121, 1, 29, 0, 1614556800, 121, 2, 1, 0, 1, 59},        // Feb 29 of 2021
+      {121, 0, 15 + 40, 0, 1614124800, 121, 1, 24, 0, 3, 54},  // 40 days after Jan 15
+      {342, 6, 1, 0, 8599132800, 342, 6, 1, 0, 5, 181},        // 2242-07-01
+  };
+  for (auto entry : {GUEST(__mktime64), GUEST(__timegm_time64)}) {
+    for (const Case& c : cases) {
+      struct tm tm = {};
+      tm.tm_year = c.year;
+      tm.tm_mon = c.mon;
+      tm.tm_mday = c.mday;
+      tm.tm_sec = c.sec;
+      tm.tm_wday = tm.tm_yday = 99;
+      EXPECT_EQ(c.t, entry(&tm)) << c.year << "-" << c.mon << "-" << c.mday;
+      EXPECT_EQ(c.n_year, tm.tm_year) << c.t;
+      EXPECT_EQ(c.n_mon, tm.tm_mon) << c.t;
+      EXPECT_EQ(c.n_mday, tm.tm_mday) << c.t;
+      EXPECT_EQ(c.n_sec, tm.tm_sec) << c.t;
+      EXPECT_EQ(c.wday, tm.tm_wday) << c.t;
+      EXPECT_EQ(c.yday, tm.tm_yday) << c.t;
+      EXPECT_EQ(0, tm.tm_isdst) << c.t;
+      EXPECT_EQ(0, tm.tm_gmtoff) << c.t;
+      ASSERT_NE(nullptr, tm.tm_zone) << c.t;
+      EXPECT_STREQ("UTC", tm.tm_zone) << c.t;
+    }
+    struct tm past = {};
+    past.tm_year = INT_MAX;
+    past.tm_mon = 12;
+    past.tm_mday = 1;
+    errno = 0;
+    EXPECT_EQ(-1, entry(&past)) << "the year does not fit the record";
+    EXPECT_EQ(EOVERFLOW, errno);
+  }
 }
