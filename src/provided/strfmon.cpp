@@ -76,6 +76,7 @@ bool ParseSpec(const char** p, Spec* spec) {
   spec->width = Number(p, INT_MAX / 2);
   if (**p == '#') {
     ++*p;
+    if (**p < '0' || **p > '9') return false;  // '#' needs its digit count
     spec->left = Number(p, kMaxPrecision);
   }
   if (**p == '.') {
