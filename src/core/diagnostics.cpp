@@ -19,7 +19,7 @@ KELP_ENTRY(void, log_print, (const char* fmt, ...)) {
   va_end(args);
 }
 
-KELP_ENTRY([[noreturn]] void, __assert_fail,
+KELP_ENTRY(__attribute__((noreturn)) void, __assert_fail,
            (const char* expr, const char* file, int line, const char* func)) {
   fprintf(stderr, "Assertion failed: %s (%s: %s: %d)\n", expr, file, func, line);
   fflush(nullptr);

@@ -7,7 +7,7 @@
 // owns itself, so nothing depends on the order of C++ global constructors across files.
 #pragma once
 
-void InitMallocHook() __attribute__((weak));
-void InitNamespaces() __attribute__((weak));
-void InitLangInfoTable() __attribute__((weak));
-void InitRegexMap() __attribute__((weak));
+void InitMallocHook() __attribute__((weak, visibility("hidden")));
+void InitNamespaces() __attribute__((weak, visibility("hidden")));
+void InitLangInfoTable() __attribute__((weak, visibility("hidden")));
+void InitRegexMap() __attribute__((weak, visibility("hidden")));

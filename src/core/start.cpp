@@ -25,9 +25,12 @@ namespace {
 constexpr uintptr_t kAllOnes = 0xFFFFFFFFu;
 
 uint32_t SharedGlobalsWord(uint32_t offset) {
-  if (__loader_shared_globals == nullptr) return 0;  // a loader without the record: no array
+  // A loader without the record: no array.
+  if (__loader_shared_globals == nullptr) return 0;
+  const void* globals = __loader_shared_globals();
+  if (globals == nullptr) return 0;
   uint32_t word;
-  memcpy(&word, static_cast<const uint8_t*>(__loader_shared_globals()) + offset, sizeof(word));
+  memcpy(&word, static_cast<const uint8_t*>(globals) + offset, sizeof(word));
   return word;
 }
 
@@ -54,10 +57,15 @@ KELP_EXPORT void MuslLibcFini(void* fini_slot) {
 }
 
 // The address of `fini` is registered for exit, so this frame must outlive the call into
-// bionic: no sibling call.
-KELP_EXPORT [[noreturn]] __attribute__((optimize("no-optimize-sibling-calls"))) void
-__libc_start_main(GuestMain main, int argc, char** argv, GuestFn init, GuestFn fini,
-                  GuestFn ldso) {
+// bionic: no sibling call. The two compilers spell that differently.
+#if defined(__clang__)
+#define KELP_NO_SIBLING_CALLS __attribute__((disable_tail_calls))
+#else
+#define KELP_NO_SIBLING_CALLS __attribute__((optimize("no-optimize-sibling-calls")))
+#endif
+
+KELP_EXPORT __attribute__((noreturn)) KELP_NO_SIBLING_CALLS void __libc_start_main(
+    GuestMain main, int argc, char** argv, GuestFn init, GuestFn fini, GuestFn ldso) {
   (void)argc;
   (void)init;
   (void)ldso;

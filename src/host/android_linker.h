@@ -34,10 +34,11 @@ typedef struct {
   off64_t library_fd_offset;
   struct android_namespace_t* library_namespace;
 } android_dlextinfo;
-
-void* android_dlopen_ext(const char* filename, int flags, const android_dlextinfo* extinfo);
 }
 #endif
+
+extern "C" void* android_dlopen_ext(const char* filename, int flags,
+                                    const android_dlextinfo* extinfo);
 
 static_assert(sizeof(android_dlextinfo) == 40);
 static_assert(offsetof(android_dlextinfo, library_namespace) == 32);
@@ -61,6 +62,5 @@ android_namespace_t* android_get_exported_namespace(const char* name);
 // The loader's own entries: the caller address decides the caller's namespace.
 void* __loader_android_dlopen_ext(const char* filename, int flags, const android_dlextinfo* info,
                                   const void* caller_addr);
-bool __loader_android_link_namespaces_all_libs(android_namespace_t* from,
-                                               android_namespace_t* to);
+bool __loader_android_link_namespaces_all_libs(android_namespace_t* from, android_namespace_t* to);
 }

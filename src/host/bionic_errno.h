@@ -7,6 +7,7 @@
 
 #include <errno.h>
 
+// bionic's <errno.h> declares it too; on the test host libkelphost.so provides it.
 extern "C" int* __errno(void);
 
 #undef errno

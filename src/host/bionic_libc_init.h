@@ -3,6 +3,10 @@
 
 #include <stdint.h>
 
+#if defined(__BIONIC__)
+#include <android/set_abort_message.h>
+#endif
+
 extern "C" {
 
 // bionic: libc/private/bionic_globals.h / KernelArgumentBlock start-up path.
@@ -18,7 +22,8 @@ struct structors_array_t {
                               structors_array_t const* const structors);
 
 // The loader's process-wide record; the adaptor reads only the words named below. It is the
-// dynamic linker's own symbol, which the NDK has no stub for: referenced weakly.
+// dynamic linker's own symbol, which the NDK has no stub for: referenced weakly, and on Android
+// answered by a trampoline (host/android/linker.cpp) that gives null when the linker lacks it.
 void* __loader_shared_globals(void) __attribute__((weak));
 
 void android_set_abort_message(const char* msg);

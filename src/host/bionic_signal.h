@@ -1,11 +1,15 @@
-// bionic's 64-bit signal sets and actions. bionic declares them in <signal.h>; on the test
-// host libkelphost.so provides them with bionic's 32-bit ARM layouts.
+// bionic's 64-bit signal sets and actions. bionic declares them in <signal.h> and
+// <sys/signalfd.h>; on the test host libkelphost.so provides them with bionic's 32-bit ARM
+// layouts. The functions are declared here on both platforms, so that bionic's own headers
+// check this reading of them.
 #pragma once
 
 #include <signal.h>
 #include <stdint.h>
 
-#if !defined(__BIONIC__)
+#if defined(__BIONIC__)
+#include <sys/signalfd.h>
+#else
 extern "C" {
 typedef struct {
   unsigned long __bits[2];
@@ -28,7 +32,10 @@ struct sigaction64 {
 };
 #pragma pop_macro("sa_sigaction")
 #pragma pop_macro("sa_handler")
+}
+#endif
 
+extern "C" {
 int sigaction64(int sig, const struct sigaction64* act, struct sigaction64* old);
 int sigemptyset64(sigset64_t* set);
 int sigfillset64(sigset64_t* set);
@@ -42,7 +49,6 @@ int sigwait64(const sigset64_t* set, int* sig);
 int signalfd64(int fd, const sigset64_t* mask, int flags);
 int pthread_sigmask64(int how, const sigset64_t* set, sigset64_t* old);
 }
-#endif
 
 static_assert(sizeof(sigset64_t) == 8);
 static_assert(sizeof(struct sigaction64) == 20);

@@ -1,9 +1,7 @@
 // nl_langinfo: guest items are (category << 16) | index, bionic's are small integers. The item
-// map is built by its static initialiser before any guest code runs and only read afterwards.
+// table is built by its static initialiser before any guest code runs and only read afterwards.
 #include <langinfo.h>
 #include <locale.h>
-
-#include <map>
 
 #include "core/export.h"
 #include "core/init_order.h"
@@ -33,22 +31,46 @@ constexpr ItemRange kItemRanges[] = {
     {0x50000, 53, 2},   // YESEXPR, NOEXPR
 };
 
-std::map<int, int>& Items() {
-  static std::map<int, int> items;
-  return items;
+constexpr int CountItems() {
+  int n = 0;
+  for (const ItemRange& range : kItemRanges) n += range.count;
+  return n;
 }
+
+struct ItemPair {
+  int guest;
+  int host;
+};
+
+// Sorted by guest item; a fixed table, so that lookups need neither allocation nor locking.
+ItemPair g_items[CountItems()];
+int g_item_count = 0;
 
 }  // namespace
 
 void InitLangInfoTable() {
+  g_item_count = 0;
   for (const ItemRange& range : kItemRanges) {
-    for (int i = 0; i < range.count; ++i) Items().emplace(range.guest + i, range.host + i);
+    for (int i = 0; i < range.count; ++i) {
+      int at = g_item_count++;
+      for (; at > 0 && g_items[at - 1].guest > range.guest + i; --at) g_items[at] = g_items[at - 1];
+      g_items[at] = {range.guest + i, range.host + i};
+    }
   }
 }
 
 KELP_EXPORT int TransferToBionicItem(int item) {
-  auto found = Items().find(item);
-  return found != Items().end() ? found->second : -1;
+  int lo = 0;
+  int hi = g_item_count;
+  while (lo < hi) {
+    int mid = lo + (hi - lo) / 2;
+    if (g_items[mid].guest < item) {
+      lo = mid + 1;
+    } else {
+      hi = mid;
+    }
+  }
+  return lo < g_item_count && g_items[lo].guest == item ? g_items[lo].host : -1;
 }
 
 KELP_EXPORT char* kelp_adaptor_nl_langinfo(nl_item item) {
