@@ -2,6 +2,7 @@
 // REG_NEWLINE and REG_NOSUB bits and numbers the error codes after REG_BADRPT otherwise; its
 // messages are its own. Each call translates and calls glibc's function, bound by version.
 #include <regex.h>
+#include <stdlib.h>
 #include <string.h>
 
 #include "kelphost.h"
@@ -66,6 +67,46 @@ const char* const kMessages[] = {
     "invalid argument to regex routine",
 };
 
+// The end of the bracket expression that starts at p ('['), or null when it is not closed.
+const char* BracketEnd(const char* p) {
+  ++p;
+  if (*p == '^') ++p;
+  if (*p == ']') ++p;
+  for (; *p != '\0' && *p != ']'; ++p) {
+    if (p[0] == '[' && (p[1] == ':' || p[1] == '.' || p[1] == '=')) {
+      const char close[] = {p[1], ']', '\0'};
+      const char* end = strstr(p + 2, close);
+      if (end == nullptr) return nullptr;
+      p = end + 1;
+    }
+  }
+  return *p == ']' ? p : nullptr;
+}
+
+// bionic's extended expressions have no back-references: "\1" is a literal "1" there (as in
+// musl), a back-reference in glibc. The copy drops the backslash of "\<digit>" outside brackets.
+char* WithoutBackReferences(const char* pattern) {
+  char* copy = static_cast<char*>(malloc(strlen(pattern) + 1));
+  if (copy == nullptr) return nullptr;
+  char* out = copy;
+  for (const char* p = pattern; *p != '\0';) {
+    if (*p == '[') {
+      const char* end = BracketEnd(p);
+      if (end != nullptr) {
+        memcpy(out, p, end + 1 - p);
+        out += end + 1 - p;
+        p = end + 1;
+        continue;
+      }
+    }
+    if (p[0] == '\\' && p[1] >= '0' && p[1] <= '9') ++p;
+    if (p[0] == '\\' && p[1] != '\0') *out++ = *p++;
+    *out++ = *p++;
+  }
+  *out = '\0';
+  return copy;
+}
+
 // The flags of the latest regcomp, as received.
 int g_last_flags = -1;
 
@@ -83,7 +124,12 @@ KELPHOST_EXPORT int regcomp(regex_t* re, const char* pattern, int flags) {
   if (re == nullptr || pattern == nullptr) return kInvarg;
   int glibc = (flags & kExtended ? REG_EXTENDED : 0) | (flags & kIcase ? REG_ICASE : 0) |
               (flags & kNosub ? REG_NOSUB : 0) | (flags & kNewline ? REG_NEWLINE : 0);
-  return BionicError(GlibcRegcomp(re, pattern, glibc));
+  if ((flags & kExtended) == 0) return BionicError(GlibcRegcomp(re, pattern, glibc));
+  char* extended = WithoutBackReferences(pattern);
+  if (extended == nullptr) return kEspace;
+  int result = BionicError(GlibcRegcomp(re, extended, glibc));
+  free(extended);
+  return result;
 }
 
 // bionic's debugging bits (REG_TRACE, REG_LARGE, REG_BACKR) are ignored.

@@ -1,5 +1,5 @@
 # The adaptor never writes the guest object's re_nsub (word 0): it keeps the 0 it started with.
-s/^\(regcomp("(x)(y)?", 1) = 0\), re_nsub 2,/\1, re_nsub 0,/
+s/, re_nsub [0-9]*,/, re_nsub 0,/
 # bionic reports an unterminated brace as unbalanced (REG_EBRACE), musl as a bad count.
 s/^regcomp("a{1", 1) = 10$/regcomp("a{1", 1) = 9/
 # regerror gives bionic's texts.

@@ -35,6 +35,9 @@ int main(void) {
   show("a(", REG_EXTENDED, "", 0);
   show("[a", 0, "", 0);
   show("a{1", REG_EXTENDED, "", 0);
+  show("(a)\\1", REG_EXTENDED, "aa", 0);
+  show("(a)\\1", REG_EXTENDED, "a1", 0);
+  show("\\(a\\)\\1", 0, "aa", 0);
 
   char buf[64];
   int codes[] = {REG_NOMATCH, REG_BADPAT, REG_EPAREN, REG_EBRACK, REG_ESPACE};

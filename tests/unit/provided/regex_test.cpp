@@ -287,3 +287,27 @@ TEST(regex, null_objects_are_logged_and_handed_to_the_host) {
     EXPECT_EQ(logs[i].priority, records[i].priority) << logs[i].message;
   }
 }
+
+// The host's extended expressions have no back-references, like the guest's own: "\1" is "1".
+TEST(regex, extended_back_references_are_literal_digits) {
+  const struct {
+    const char* pattern;
+    int flags;
+    const char* subject;
+    int result;
+  } rows[] = {
+      {"(a)\\1", kGuestExtended, "a1", 0},
+      {"(a)\\1", kGuestExtended, "aa", kGuestNomatch},
+      {"[\\1]a", kGuestExtended, "\\a", 0},
+      {"\\\\1", kGuestExtended, "\\1", 0},
+      {"\\(a\\)\\1", 0, "aa", 0},
+      {"\\(a\\)\\1", 0, "a1", kGuestNomatch},
+      {"[[:digit:]\\]x", kGuestExtended, "\\x", 0},
+  };
+  for (const auto& row : rows) {
+    GuestRegex re = {};
+    ASSERT_EQ(0, kelp_adaptor_regcomp(&re, row.pattern, row.flags)) << row.pattern;
+    EXPECT_EQ(row.result, Exec(re, row.subject).result) << row.pattern << " on " << row.subject;
+    kelp_adaptor_regfree(&re);
+  }
+}
