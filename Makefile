@@ -21,9 +21,12 @@ test: build
 demo: build
 	@tools/kelp-demo
 
+# Every tests/bench program under qemu-arm, then one table of adaptor/host pairs and the
+# start-up measurement (scripts/bench-report --help for repetitions and filters).
 bench: build
 	cmake --build --preset $(PRESET) --target benchmarks
-	@for b in $(BUILD_DIR)/bench/*; do echo "== $$b"; qemu-arm $$b; done
+	@command -v python3 >/dev/null || { echo "make bench: scripts/bench-report needs python3" >&2; exit 1; }
+	@scripts/bench-report --build $(BUILD_DIR)
 
 clean:
 	rm -rf build

@@ -2,6 +2,8 @@
 // table is built by its static initialiser before any guest code runs and only read afterwards.
 #include <langinfo.h>
 #include <locale.h>
+#include <stdint.h>
+#include <string.h>
 
 #include "core/export.h"
 #include "core/init_order.h"
@@ -31,55 +33,59 @@ constexpr ItemRange kItemRanges[] = {
     {0x50000, 53, 2},   // YESEXPR, NOEXPR
 };
 
-constexpr int CountItems() {
-  int n = 0;
-  for (const ItemRange& range : kItemRanges) n += range.count;
-  return n;
+constexpr int kCategories = 6;  // LC_CTYPE .. LC_MESSAGES: guest item >> 16
+constexpr int kIndexes = 64;    // guest item & 0xFFFF
+
+constexpr bool RangesFit() {
+  for (const ItemRange& range : kItemRanges) {
+    if ((range.guest >> 16) >= kCategories || (range.guest & 0xFFFF) + range.count > kIndexes ||
+        range.host + range.count > 255) {
+      return false;
+    }
+  }
+  return true;
 }
+static_assert(RangesFit(), "every guest item has a slot and every host item fits a byte");
 
-struct ItemPair {
-  int guest;
-  int host;
-};
-
-// Sorted by guest item; a fixed table, so that lookups need neither allocation nor locking.
-ItemPair g_items[CountItems()];
-int g_item_count = 0;
+// Host item + 1 by guest category and index, 0 where there is none: a fixed table, so that a
+// lookup is two array reads and needs neither allocation nor locking.
+uint8_t g_items[kCategories][kIndexes];
 
 }  // namespace
 
+// The first pair for a guest item wins, as in a map that keeps a key already present.
 void InitLangInfoTable() {
-  g_item_count = 0;
+  memset(g_items, 0, sizeof(g_items));
   for (const ItemRange& range : kItemRanges) {
     for (int i = 0; i < range.count; ++i) {
-      int at = g_item_count++;
-      for (; at > 0 && g_items[at - 1].guest > range.guest + i; --at) g_items[at] = g_items[at - 1];
-      g_items[at] = {range.guest + i, range.host + i};
+      uint8_t& slot = g_items[range.guest >> 16][(range.guest & 0xFFFF) + i];
+      if (slot == 0) slot = static_cast<uint8_t>(range.host + i + 1);
     }
   }
 }
 
-KELP_EXPORT int TransferToBionicItem(int item) {
-  int lo = 0;
-  int hi = g_item_count;
-  while (lo < hi) {
-    int mid = lo + (hi - lo) / 2;
-    if (g_items[mid].guest < item) {
-      lo = mid + 1;
-    } else {
-      hi = mid;
-    }
-  }
-  return lo < g_item_count && g_items[lo].guest == item ? g_items[lo].host : -1;
+namespace {
+
+// The guest's entries call this directly: through the exported name, each call would take a
+// trip through the library's own PLT.
+int HostItem(int item) {
+  unsigned category = static_cast<unsigned>(item) >> 16;
+  unsigned index = static_cast<unsigned>(item) & 0xFFFF;
+  if (category >= kCategories || index >= kIndexes) return -1;
+  return g_items[category][index] - 1;
 }
+
+}  // namespace
+
+KELP_EXPORT int TransferToBionicItem(int item) { return HostItem(item); }
 
 KELP_EXPORT char* kelp_adaptor_nl_langinfo(nl_item item) {
-  return nl_langinfo(TransferToBionicItem(item));
+  return nl_langinfo(HostItem(item));
 }
 
 // The locale is not used: the host's global locale answers.
 KELP_EXPORT char* kelp_adaptor_nl_langinfo_l(nl_item item, locale_t) {
-  return nl_langinfo(TransferToBionicItem(item));
+  return nl_langinfo(HostItem(item));
 }
 
 KELP_ENTRY(char*, __nl_langinfo, (nl_item item)) { return kelp_adaptor_nl_langinfo(item); }

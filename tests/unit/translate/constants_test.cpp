@@ -154,7 +154,8 @@ TEST(nl_langinfo, every_pair_and_the_unmapped_items) {
     }
   }
   EXPECT_EQ(54, pairs);
-  for (int unmapped : {0x4000F, 0x50002, 0x50003, 0x2002D, 0x20032, -1, 0}) {
+  for (int unmapped : {0x4000F, 0x50002, 0x50003, 0x2002D, 0x20032, -1, 0, 0x20040, 0x1FFFF,
+                       0x60000, 0x7FFF0000, -0x10000}) {
     EXPECT_EQ(-1, TransferToBionicItem(unmapped)) << std::hex << unmapped;
   }
   EXPECT_STREQ("Sunday", kelp_adaptor_nl_langinfo(0x20007));
