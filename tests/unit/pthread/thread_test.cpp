@@ -1,4 +1,5 @@
-// Guest thread attributes on boxed host attributes, thread creation and cleanup records.
+// Guest thread attributes on boxed host attributes and thread creation (tests/guest/threads.c
+// compares stacks, joins and cleanup records with musl).
 #include "pthread/boxed.h"
 
 #include <errno.h>
@@ -46,8 +47,6 @@ void* ReportStack(void*) {
   return reinterpret_cast<void*>(size);
 }
 
-std::vector<std::string> g_cleanups;
-void Cleanup(void* name) { g_cleanups.push_back(static_cast<const char*>(name)); }
 }  // namespace
 
 TEST(pthread_attr, stack_size_clamping) {
@@ -125,26 +124,6 @@ TEST(pthread_attr, default_np_values) {
   kelp_adaptor_pthread_attr_destroy(&attr);
 }
 
-TEST(pthread_create, guest_attributes_reach_the_thread) {
-  GuestPthreadAttr attr;
-  ASSERT_EQ(0, kelp_adaptor_pthread_attr_init(&attr));
-  ASSERT_EQ(0, kelp_adaptor_pthread_attr_setstacksize(&attr, 512 * 1024));
-  pthread_t thread;
-  ASSERT_EQ(0, kelp_adaptor_pthread_create(&thread, &attr, ReportStack, nullptr));
-  void* size = nullptr;
-  ASSERT_EQ(0, pthread_join(thread, &size));
-  EXPECT_GE(reinterpret_cast<size_t>(size), 512u * 1024);
-
-  ASSERT_EQ(0, kelp_adaptor_pthread_attr_setdetachstate(&attr, PTHREAD_CREATE_DETACHED));
-  ASSERT_EQ(0, kelp_adaptor_pthread_create(&thread, &attr, ReportStack, nullptr));
-  EXPECT_EQ(EINVAL, pthread_join(thread, nullptr)) << "a detached thread cannot be joined";
-
-  GuestPthreadAttr getattr;
-  ASSERT_EQ(0, kelp_adaptor_pthread_getattr_np(pthread_self(), &getattr));
-  kelp_adaptor_pthread_attr_destroy(&getattr);
-  kelp_adaptor_pthread_attr_destroy(&attr);
-}
-
 TEST(pthread_create, failure_stores_zero) {
   GuestPthreadAttr attr;
   ASSERT_EQ(0, kelp_adaptor_pthread_attr_init(&attr));
@@ -168,19 +147,4 @@ TEST(pthread_thread, tid_and_affinity_of_the_calling_thread) {
   ASSERT_EQ(0, getaffinity(pthread_self(), sizeof(again), &again));
   EXPECT_TRUE(CPU_EQUAL(&set, &again));
   EXPECT_EQ(0, reinterpret_cast<uint8_t*>(&set)[sizeof(set) - 1]) << "tail past the kernel's size";
-}
-
-TEST(pthread_cleanup, nested_records_pop_in_order) {
-  ADAPTOR_FN(void (*)(GuestCleanup*, void (*)(void*), void*), push, "_pthread_cleanup_push");
-  ADAPTOR_FN(void (*)(GuestCleanup*, int), pop, "_pthread_cleanup_pop");
-  g_cleanups.clear();
-  GuestCleanup outer, inner;
-  push(&outer, Cleanup, const_cast<char*>("outer"));
-  push(&inner, Cleanup, const_cast<char*>("inner"));
-  pop(&inner, 1);
-  pop(&outer, 0);
-  EXPECT_EQ(std::vector<std::string>{"inner"}, g_cleanups);
-  push(&outer, Cleanup, const_cast<char*>("outer"));
-  pop(&outer, 1);
-  EXPECT_EQ((std::vector<std::string>{"inner", "outer"}), g_cleanups);
 }
