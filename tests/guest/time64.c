@@ -32,7 +32,8 @@ static void print_tm(time_t t) {
 }
 
 /* mktime and timegm normalise the record and fill the fields they derive. */
-static void normalise(const char* what, long long year, int mon, int mday, int hour, int min, int sec) {
+static void normalise(const char* what, long long year, int mon, int mday, int hour, int min,
+                      int sec) {
   for (int gm = 0; gm < 2; ++gm) {
     struct tm tm = {0};
     tm.tm_year = (int)(year - 1900);

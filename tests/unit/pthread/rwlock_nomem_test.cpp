@@ -78,7 +78,8 @@ TEST(rwlock_nomem, failed_creation_returns_enomem_and_a_later_call_succeeds) {
               daemon.Messages());
 
     // Another thread: a creation lock left held would keep it waiting for ever. Detached, with
-    // its own references to the promise and the lock, so that a stuck thread cannot hold up the test's end.
+    // its own references to the promise and the lock, so that a stuck thread cannot hold up the
+    // test's end.
     auto result = std::make_shared<std::promise<int>>();
     std::future<int> later = result->get_future();
     std::thread([result, lock] {

@@ -10,6 +10,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <utility>
+
 #include <gtest/gtest.h>
 
 #include "translate/time_guest.h"
@@ -176,7 +178,18 @@ TEST(time64, getrusage_fills_the_whole_guest_record) {
     EXPECT_GE(tv->tv_usec, 0);
     EXPECT_LT(tv->tv_usec, 1000000);
   }
+  // The host's own record, read just after: the guest's values can only be a little smaller.
+  struct rusage host;
+  ASSERT_EQ(0, getrusage(RUSAGE_SELF, &host));
+  const std::pair<const GuestTimeval*, const timeval*> times[] = {
+      {&usage.ru_utime, &host.ru_utime}, {&usage.ru_stime, &host.ru_stime}};
+  for (auto [guest, later] : times) {
+    double g = guest->tv_sec + guest->tv_usec / 1e6, h = later->tv_sec + later->tv_usec / 1e6;
+    EXPECT_LE(g, h);
+    EXPECT_GT(g, h - 1.0);
+  }
   EXPECT_GT(usage.counters[0], 0) << "ru_maxrss at offset 32";
+  EXPECT_LE(usage.counters[0], host.ru_maxrss);
   EXPECT_GT(usage.counters[4], 0) << "ru_minflt at offset 48";
   for (int32_t word : usage.reserved) EXPECT_EQ(static_cast<int32_t>(0xCCCCCCCC), word);
 }
