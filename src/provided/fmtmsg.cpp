@@ -24,8 +24,11 @@ struct Keyword {
   const char* name;
   unsigned bit;
 };
-constexpr Keyword kKeywords[] = {
-    {"label", kLabel}, {"severity", kSeverity}, {"text", kText}, {"action", kAction}, {"tag", kTag}};
+constexpr Keyword kKeywords[] = {{"label", kLabel},
+                                 {"severity", kSeverity},
+                                 {"text", kText},
+                                 {"action", kAction},
+                                 {"tag", kTag}};
 
 // MM_NOSEV, MM_HALT, MM_ERROR, MM_WARNING, MM_INFO.
 constexpr const char* kSeverityNames[] = {nullptr, "HALT", "ERROR", "WARNING", "INFO"};
@@ -104,8 +107,9 @@ bool WriteAll(int fd, const Line& line) {
 
 }  // namespace
 
-KELP_ENTRY(int, fmtmsg, (long classification, const char* label, int severity, const char* text,
-                         const char* action, const char* tag)) {
+KELP_ENTRY(int, fmtmsg,
+           (long classification, const char* label, int severity, const char* text,
+            const char* action, const char* tag)) {
   if (severity < 0 || severity >= static_cast<int>(sizeof(kSeverityNames) / sizeof(char*))) {
     return kNotOk;
   }

@@ -54,8 +54,7 @@ int ReadTemplates(char** text) {
     error = kNoStatus;
   } else if (!S_ISREG(st.st_mode)) {
     error = kNotRegular;
-  } else if ((*text = static_cast<char*>(malloc(static_cast<size_t>(st.st_size) + 1))) ==
-             nullptr) {
+  } else if ((*text = static_cast<char*>(malloc(static_cast<size_t>(st.st_size) + 1))) == nullptr) {
     error = kNoMemory;
   } else {
     size_t size = static_cast<size_t>(st.st_size), used = 0;

@@ -10,8 +10,9 @@ namespace {
 
 const char* const kDays[] = {"sunday",   "monday", "tuesday", "wednesday",
                              "thursday", "friday", "saturday"};
-const char* const kMonths[] = {"january", "february", "march",     "april",   "may",      "june",
-                               "july",    "august",   "september", "october", "november", "december"};
+const char* const kMonths[] = {"january",   "february", "march",    "april",
+                               "may",       "june",     "july",     "august",
+                               "september", "october",  "november", "december"};
 
 // Expansions of the composite conversions in the C locale.
 struct Composite {
@@ -19,8 +20,13 @@ struct Composite {
   const char* pattern;
 };
 constexpr Composite kComposites[] = {
-    {'c', "%a %b %e %H:%M:%S %Y"}, {'D', "%m/%d/%y"}, {'r', "%I:%M:%S %p"}, {'R', "%H:%M"},
-    {'T', "%H:%M:%S"},             {'x', "%m/%d/%y"}, {'X', "%H:%M:%S"},
+    {'c', "%a %b %e %H:%M:%S %Y"},
+    {'D', "%m/%d/%y"},
+    {'r', "%I:%M:%S %p"},
+    {'R', "%H:%M"},
+    {'T', "%H:%M:%S"},
+    {'x', "%m/%d/%y"},
+    {'X', "%H:%M:%S"},
 };
 
 // Numeric conversions: maximum digits, range, and where the value goes.
@@ -29,12 +35,14 @@ struct Numeric {
   int digits, low, high;
 };
 constexpr Numeric kNumerics[] = {
-    {'C', 2, 0, 99},  {'d', 2, 1, 31}, {'e', 2, 1, 31}, {'H', 2, 0, 23},   {'I', 2, 1, 12},
-    {'j', 3, 1, 366}, {'m', 2, 1, 12}, {'M', 2, 0, 59}, {'S', 2, 0, 60},   {'w', 1, 0, 6},
-    {'y', 2, 0, 99},  {'Y', 4, 0, 9999},
+    {'C', 2, 0, 99}, {'d', 2, 1, 31},  {'e', 2, 1, 31}, {'H', 2, 0, 23},
+    {'I', 2, 1, 12}, {'j', 3, 1, 366}, {'m', 2, 1, 12}, {'M', 2, 0, 59},
+    {'S', 2, 0, 60}, {'w', 1, 0, 6},   {'y', 2, 0, 99}, {'Y', 4, 0, 9999},
 };
 
-bool IsSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f'; }
+bool IsSpace(char c) {
+  return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f';
+}
 char Lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 const char* SkipSpace(const char* s) {
   while (IsSpace(*s)) ++s;
@@ -73,17 +81,51 @@ bool ScanNumber(const char** s, const Numeric& spec, int* value) {
 
 void StoreNumber(char conversion, int v, DateFields* f) {
   switch (conversion) {
-    case 'C': f->century = v; break;
-    case 'd': case 'e': f->mday = v; f->has_mday = true; break;
-    case 'H': f->hour = v; f->has_hour = true; f->twelve_hour = false; break;
-    case 'I': f->hour = v; f->has_hour = true; f->twelve_hour = true; break;
-    case 'j': f->yday = v - 1; f->has_yday = true; break;
-    case 'm': f->mon = v - 1; f->has_mon = true; break;
-    case 'M': f->min = v; f->has_min = true; break;
-    case 'S': f->sec = v; f->has_sec = true; break;
-    case 'w': f->wday = v; f->has_wday = true; break;
-    case 'y': f->short_year = v; break;
-    case 'Y': f->year = v; f->has_year = true; break;
+    case 'C':
+      f->century = v;
+      break;
+    case 'd':
+    case 'e':
+      f->mday = v;
+      f->has_mday = true;
+      break;
+    case 'H':
+      f->hour = v;
+      f->has_hour = true;
+      f->twelve_hour = false;
+      break;
+    case 'I':
+      f->hour = v;
+      f->has_hour = true;
+      f->twelve_hour = true;
+      break;
+    case 'j':
+      f->yday = v - 1;
+      f->has_yday = true;
+      break;
+    case 'm':
+      f->mon = v - 1;
+      f->has_mon = true;
+      break;
+    case 'M':
+      f->min = v;
+      f->has_min = true;
+      break;
+    case 'S':
+      f->sec = v;
+      f->has_sec = true;
+      break;
+    case 'w':
+      f->wday = v;
+      f->has_wday = true;
+      break;
+    case 'y':
+      f->short_year = v;
+      break;
+    case 'Y':
+      f->year = v;
+      f->has_year = true;
+      break;
   }
 }
 
@@ -120,14 +162,20 @@ bool Convert(char c, const char** s, DateFields* f) {
   *s = SkipSpace(*s);
   int i;
   switch (c) {
-    case '%': return *(*s)++ == '%';
-    case 'n': case 't': return true;
-    case 'a': case 'A':
+    case '%':
+      return *(*s)++ == '%';
+    case 'n':
+    case 't':
+      return true;
+    case 'a':
+    case 'A':
       if ((i = MatchNames(s, kDays, 7)) < 0) return false;
       f->wday = i;
       f->has_wday = true;
       return true;
-    case 'b': case 'B': case 'h':
+    case 'b':
+    case 'B':
+    case 'h':
       if ((i = MatchNames(s, kMonths, 12)) < 0) return false;
       f->mon = i;
       f->has_mon = true;
@@ -138,8 +186,10 @@ bool Convert(char c, const char** s, DateFields* f) {
       f->pm = Lower((*s)[0]) == 'p';
       *s += 2;
       return true;
-    case 'Z': return ScanZone(s, f);
-    default: return false;  // not a conversion this matcher knows: the template cannot match
+    case 'Z':
+      return ScanZone(s, f);
+    default:
+      return false;  // not a conversion this matcher knows: the template cannot match
   }
 }
 

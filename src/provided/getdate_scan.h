@@ -11,7 +11,7 @@ struct DateFields {
   int yday = 0;  // 0-365
   int wday = 0;  // 0-6, Sunday first
   int hour = 0, min = 0, sec = 0;
-  int century = -1;  // %C, applied to %y
+  int century = -1;     // %C, applied to %y
   int short_year = -1;  // %y
   bool has_year = false, has_mon = false, has_mday = false, has_yday = false, has_wday = false;
   bool has_hour = false, has_min = false, has_sec = false;

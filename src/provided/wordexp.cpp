@@ -190,8 +190,8 @@ int Store(GuestWordexp* we, int flags, char** fields, size_t count) {
   size_t offs = (flags & kDoOffs) ? we->we_offs : 0;
   size_t old = (flags & kAppend) && we->we_wordv != nullptr ? we->we_wordc : 0;
   size_t total = offs + old + count + 1;
-  auto** words = static_cast<char**>(realloc(old > 0 ? we->we_wordv : nullptr,
-                                             total * sizeof(char*)));
+  auto** words =
+      static_cast<char**>(realloc(old > 0 ? we->we_wordv : nullptr, total * sizeof(char*)));
   if (words == nullptr) {
     for (size_t i = 0; i < count; ++i) free(fields[i]);
     return kNoSpace;
@@ -224,6 +224,6 @@ KELP_ENTRY(int, wordexp, (const char* words, GuestWordexp* we, int flags)) {
   return error != kOk ? error : stored;
 }
 
-KELP_ENTRY(void, wordfree, (GuestWordexp* we)) {
+KELP_ENTRY(void, wordfree, (GuestWordexp * we)) {
   if (we != nullptr) FreeWords(we);
 }

@@ -28,9 +28,9 @@ class Arith {
     int level;
   };
   static constexpr Op kOps[] = {
-      {"||", 0}, {"&&", 1}, {"==", 5}, {"!=", 5}, {"<=", 6}, {">=", 6}, {"<<", 7}, {">>", 7},
-      {"|", 2},  {"^", 3},  {"&", 4},  {"<", 6},  {">", 6},  {"+", 8},  {"-", 8},  {"*", 9},
-      {"/", 9},  {"%", 9},
+      {"||", 0}, {"&&", 1}, {"==", 5}, {"!=", 5}, {"<=", 6}, {">=", 6},
+      {"<<", 7}, {">>", 7}, {"|", 2},  {"^", 3},  {"&", 4},  {"<", 6},
+      {">", 6},  {"+", 8},  {"-", 8},  {"*", 9},  {"/", 9},  {"%", 9},
   };
   static constexpr int kLevels = 10;
 
@@ -54,18 +54,27 @@ class Arith {
   int64_t Apply(const char* op, int64_t a, int64_t b) {
     uint64_t ua = static_cast<uint64_t>(a), ub = static_cast<uint64_t>(b);
     switch (op[0]) {
-      case '|': return op[1] == '|' ? (a || b) : a | b;
-      case '&': return op[1] == '&' ? (a && b) : a & b;
-      case '^': return a ^ b;
-      case '=': return a == b;
-      case '!': return a != b;
+      case '|':
+        return op[1] == '|' ? (a || b) : a | b;
+      case '&':
+        return op[1] == '&' ? (a && b) : a & b;
+      case '^':
+        return a ^ b;
+      case '=':
+        return a == b;
+      case '!':
+        return a != b;
       case '<':
         if (op[1] == '<') return static_cast<int64_t>(ua << (ub & 63));
         return op[1] == '=' ? a <= b : a < b;
-      case '>': return op[1] == '>' ? a >> (ub & 63) : (op[1] == '=' ? a >= b : a > b);
-      case '+': return static_cast<int64_t>(ua + ub);
-      case '-': return static_cast<int64_t>(ua - ub);
-      case '*': return static_cast<int64_t>(ua * ub);
+      case '>':
+        return op[1] == '>' ? a >> (ub & 63) : (op[1] == '=' ? a >= b : a > b);
+      case '+':
+        return static_cast<int64_t>(ua + ub);
+      case '-':
+        return static_cast<int64_t>(ua - ub);
+      case '*':
+        return static_cast<int64_t>(ua * ub);
       default:
         if (b == 0 || (a == INT64_MIN && b == -1)) {
           ok_ = false;

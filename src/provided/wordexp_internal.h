@@ -84,10 +84,10 @@ class Expander {
 
   int flags_;
   bool collect_ = false;
-  Text value_;    // the current field, quotes removed
-  Text pattern_;  // the same for pattern matching: quoted pattern characters escaped
-  bool started_ = false;   // the current field exists (has bytes or came from quotes)
-  bool has_glob_ = false;  // it holds an unquoted pattern character
+  Text value_;                // the current field, quotes removed
+  Text pattern_;              // the same for pattern matching: quoted pattern characters escaped
+  bool started_ = false;      // the current field exists (has bytes or came from quotes)
+  bool has_glob_ = false;     // it holds an unquoted pattern character
   bool after_white_ = false;  // IFS white space just ended a field
   char** fields_ = nullptr;
   size_t count_ = 0, capacity_ = 0;

@@ -99,8 +99,9 @@ static void dates(void) {
   FILE* f = fopen("templates", "w");
   fputs("%Y-%m-%d %H:%M:%S\n%A %B %d %Y %H:%M\n%m/%d/%y %I:%M %p\n", f);
   fclose(f);
-  const char* inputs[] = {"2024-02-29 12:34:56", "2040-07-04 00:00:00", "Thursday March 7 2030 11:12",
-                          "02/29/68 12:30 AM", "01/01/69 12:05 pm", "never", "2023-02-30 10:00:00"};
+  const char* inputs[] = {"2024-02-29 12:34:56", "2040-07-04 00:00:00",
+                          "Thursday March 7 2030 11:12", "02/29/68 12:30 AM",
+                          "01/01/69 12:05 pm", "never", "2023-02-30 10:00:00"};
   unsetenv("DATEMSK");
   printf("getdate without DATEMSK: %d %d\n", getdate(inputs[0]) != NULL, getdate_err);
   setenv("DATEMSK", "no-such-file", 1);

@@ -1,9 +1,8 @@
 // fmtmsg on standard error: the standard's layout, its example, and MSGVERB's selection.
+#include <gtest/gtest.h>
 #include <stdlib.h>
 
 #include <string>
-
-#include <gtest/gtest.h>
 
 #include "support/adaptor_symbol.h"
 #include "support/capture_fd.h"
@@ -32,7 +31,8 @@ const Case kCases[] = {
      "XSI:cat:001\n"},
     {"severity:text:action", "XSI:cat", kError, "illegal option", kAction, "XSI:cat:001",
      "ERROR: illegal option\nTO FIX: refer to cat in user's reference manual\n"},
-    {"", "XSI:cat", kError, "illegal option", "a", "t", "XSI:cat: ERROR: illegal option\nTO FIX: a t\n"},
+    {"", "XSI:cat", kError, "illegal option", "a", "t",
+     "XSI:cat: ERROR: illegal option\nTO FIX: a t\n"},
     {"text:bogus", "L:x", kError, "t", "a", "g", "L:x: ERROR: t\nTO FIX: a g\n"},
     {"text:", "L:x", kError, "t", "a", "g", "L:x: ERROR: t\nTO FIX: a g\n"},
     {"tag:label", "L:x", kError, "t", "a", "g", "L:x\ng\n"},

@@ -1,12 +1,11 @@
 // getdate: DATEMSK templates, the standard's rules for fields the input leaves out, and the
 // error codes 1 to 8 in getdate_err. Runs in UTC so that every expected time is exact.
+#include <gtest/gtest.h>
 #include <stdlib.h>
 #include <sys/stat.h>
 #include <time.h>
 
 #include <string>
-
-#include <gtest/gtest.h>
 
 #include "guest/time.h"
 #include "support/adaptor_symbol.h"
@@ -62,7 +61,7 @@ TEST_F(GetdateTest, complete_dates_through_each_conversion) {
   static const Full kCases[] = {
       {"2024-02-29 12:34:56", 2024, 1, 29, 12, 34, 56, 4, 59},
       {"  2040-07-04 00:00:00  ", 2040, 6, 4, 0, 0, 0, 3, 185},  // past 2038
-      {"1999-12-31 23:59:60", 2000, 0, 1, 0, 0, 0, 6, 0},         // a leap second rolls over
+      {"1999-12-31 23:59:60", 2000, 0, 1, 0, 0, 0, 6, 0},        // a leap second rolls over
       {"thursday FEBRUARY 29 2024 01:02:03", 2024, 1, 29, 1, 2, 3, 4, 59},
       {"Mon jan 1 2024 10:00:00", 2024, 0, 1, 10, 0, 0, 1, 0},
       {"02/29/68 12:30 AM", 2068, 1, 29, 0, 30, 0, 3, 59},
@@ -106,8 +105,8 @@ TEST_F(GetdateTest, error_codes) {
     const char* input;
     int error;
   } kCases[] = {
-      {"2024-1-1 trailing", 7}, {"yesterday", 7}, {"2024-13-01", 7}, {"24:00", 7},
-      {"", 7},                  {"2023-02-29", 8}, {"2024-04-31", 8}, {"2100-02-29", 8},
+      {"2024-1-1 trailing", 7}, {"yesterday", 7},  {"2024-13-01", 7}, {"24:00", 7}, {"", 7},
+      {"2023-02-29", 8},        {"2024-04-31", 8}, {"2100-02-29", 8},
   };
   for (const auto& c : kCases) {
     EXPECT_EQ(nullptr, Getdate(c.input)) << c.input;

@@ -1,14 +1,13 @@
 // getpass without a controlling terminal: the prompt goes to standard error and the line comes
 // from standard input. Each case runs in a child in a new session, so that no terminal of the
 // test run is ever touched.
+#include <gtest/gtest.h>
 #include <stdlib.h>
 #include <string.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <string>
-
-#include <gtest/gtest.h>
 
 #include "support/adaptor_symbol.h"
 

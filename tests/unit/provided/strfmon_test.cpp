@@ -1,10 +1,9 @@
 // strfmon in the C locale: the standard's examples without currency symbol and grouping (the
 // C locale has neither), '.' as radix character, two fraction digits unless asked otherwise.
 #include <errno.h>
+#include <gtest/gtest.h>
 #include <locale.h>
 #include <sys/types.h>
-
-#include <gtest/gtest.h>
 
 #include "support/adaptor_symbol.h"
 

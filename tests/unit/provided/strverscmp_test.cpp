@@ -42,7 +42,7 @@ TEST(strverscmp, without_digits_orders_like_strcmp) {
   static const struct {
     const char *a, *b;
     int sign;
-  } kCases[] = {{"", "", 0}, {"", "a", -1}, {"abc", "abd", -1}, {"b", "abc", 1},
+  } kCases[] = {{"", "", 0},    {"", "a", -1},         {"abc", "abd", -1}, {"b", "abc", 1},
                 {"A", "a", -1}, {"a\xff", "a\x01", 1}, {"same", "same", 0}};
   for (const auto& c : kCases) {
     EXPECT_EQ(c.sign, Sign(Compare(c.a, c.b))) << c.a << " vs " << c.b;

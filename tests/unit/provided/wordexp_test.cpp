@@ -1,14 +1,13 @@
 // wordexp: the shell's expansions of command arguments, the WRDE_* flags and errors (musl's
 // numbering), and wordfree.
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <stdint.h>
 #include <stdlib.h>
 #include <unistd.h>
 
 #include <string>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include "support/adaptor_symbol.h"
 #include "support/capture_fd.h"
@@ -69,46 +68,83 @@ struct Case {
 
 TEST_F(WordexpTest, quoting_parameters_and_splitting) {
   static const Case kCases[] = {
-      {"a b  c", "[a][b][c]"},          {" \t lead and trail \t", "[lead][and][trail]"},
-      {"'a b' \"c d\"", "[a b][c d]"},  {"a'b'\"c\"d", "[abcd]"},
-      {"$A", "[x][y]"},                 {"\"$A\"", "[x  y]"},
-      {"${A}z", "[x][yz]"},             {"z$A", "[zx][y]"},
-      {"${#A}", "[4]"},                 {"${#U}", "[0]"},
-      {"${U:-def ault}", "[def][ault]"}, {"\"${U:-def ault}\"", "[def ault]"},
-      {"${U:-'a b'}", "[a b]"},         {"${U-d}", "[d]"},
-      {"${E:-d}", "[d]"},               {"${E-d}", ""},
-      {"\"${E-d}\"", "[]"},             {"${A:+set}", "[set]"},
-      {"${E:+set}", ""},                {"${E+set}", "[set]"},
-      {"${U+set}", ""},                 {"${U:=v}", "[v]"},
-      {"${A:?gone}", "[x][y]"},         {"\\$A", "[$A]"},
-      {"'$A'", "[$A]"},                 {"\"\\$A \\\" \\\\ \\a\"", "[$A \" \\ \\a]"},
-      {"a\\ b", "[a b]"},               {"a\\\nb", "[ab]"},
-      {"x$Ey", "[x]"},                  {"$E", ""},
-      {"\"$E\"", "[]"},                 {"''", "[]"},
-      {"$U", ""},                       {"$", "[$]"},
-      {"a$", "[a$]"},                   {"$1$#$?", "[00]"},
-      {"${F%.*}", "[file.tar]"},        {"${F%%.*}", "[file]"},
-      {"${F#*.}", "[tar.gz]"},          {"${F##*.}", "[gz]"},
-      {"${F%.zip}", "[file.tar.gz]"},   {"${F#\"file\"}", "[.tar.gz]"},
-      {"${U%x}", ""},                   {"\"${A% *}\"", "[x ]"},
-      {"{a}", "error 2"},               {"a|b", "error 2"},
-      {"a;b", "error 2"},               {"a&b", "error 2"},
-      {"a<b", "error 2"},               {"a>b", "error 2"},
-      {"(a)", "error 2"},               {"a\nb", "error 2"},
-      {"\"a|b;c&(d)\"", "[a|b;c&(d)]"}, {"'{a}'", "[{a}]"},
-      {"\"open", "error 5"},            {"'open", "error 5"},
-      {"a\\", "error 5"},               {"${A", "error 5"},
-      {"${}", "error 5"},               {"${A!}", "error 5"},
-      {"$(echo", "error 5"},            {"`echo", "error 5"},
+      {"a b  c", "[a][b][c]"},
+      {" \t lead and trail \t", "[lead][and][trail]"},
+      {"'a b' \"c d\"", "[a b][c d]"},
+      {"a'b'\"c\"d", "[abcd]"},
+      {"$A", "[x][y]"},
+      {"\"$A\"", "[x  y]"},
+      {"${A}z", "[x][yz]"},
+      {"z$A", "[zx][y]"},
+      {"${#A}", "[4]"},
+      {"${#U}", "[0]"},
+      {"${U:-def ault}", "[def][ault]"},
+      {"\"${U:-def ault}\"", "[def ault]"},
+      {"${U:-'a b'}", "[a b]"},
+      {"${U-d}", "[d]"},
+      {"${E:-d}", "[d]"},
+      {"${E-d}", ""},
+      {"\"${E-d}\"", "[]"},
+      {"${A:+set}", "[set]"},
+      {"${E:+set}", ""},
+      {"${E+set}", "[set]"},
+      {"${U+set}", ""},
+      {"${U:=v}", "[v]"},
+      {"${A:?gone}", "[x][y]"},
+      {"\\$A", "[$A]"},
+      {"'$A'", "[$A]"},
+      {"\"\\$A \\\" \\\\ \\a\"", "[$A \" \\ \\a]"},
+      {"a\\ b", "[a b]"},
+      {"a\\\nb", "[ab]"},
+      {"x$Ey", "[x]"},
+      {"$E", ""},
+      {"\"$E\"", "[]"},
+      {"''", "[]"},
+      {"$U", ""},
+      {"$", "[$]"},
+      {"a$", "[a$]"},
+      {"$1$#$?", "[00]"},
+      {"${F%.*}", "[file.tar]"},
+      {"${F%%.*}", "[file]"},
+      {"${F#*.}", "[tar.gz]"},
+      {"${F##*.}", "[gz]"},
+      {"${F%.zip}", "[file.tar.gz]"},
+      {"${F#\"file\"}", "[.tar.gz]"},
+      {"${U%x}", ""},
+      {"\"${A% *}\"", "[x ]"},
+      {"{a}", "error 2"},
+      {"a|b", "error 2"},
+      {"a;b", "error 2"},
+      {"a&b", "error 2"},
+      {"a<b", "error 2"},
+      {"a>b", "error 2"},
+      {"(a)", "error 2"},
+      {"a\nb", "error 2"},
+      {"\"a|b;c&(d)\"", "[a|b;c&(d)]"},
+      {"'{a}'", "[{a}]"},
+      {"\"open", "error 5"},
+      {"'open", "error 5"},
+      {"a\\", "error 5"},
+      {"${A", "error 5"},
+      {"${}", "error 5"},
+      {"${A!}", "error 5"},
+      {"$(echo", "error 5"},
+      {"`echo", "error 5"},
   };
   for (const Case& c : kCases) EXPECT_EQ(c.expected, Expand(c.words)) << c.words;
 }
 
 TEST_F(WordexpTest, tilde_prefixes) {
   static const Case kCases[] = {
-      {"~", "[/home/q]"},     {"~/x", "[/home/q/x]"}, {"a~", "[a~]"},
-      {"a ~/b", "[a][/home/q/b]"}, {"\"~\"", "[~]"},   {"'~'/x", "[~/x]"},
-      {"\\~", "[~]"},         {"~root/x", "[/root/x]"}, {"~no_such_user_here", "[~no_such_user_here]"},
+      {"~", "[/home/q]"},
+      {"~/x", "[/home/q/x]"},
+      {"a~", "[a~]"},
+      {"a ~/b", "[a][/home/q/b]"},
+      {"\"~\"", "[~]"},
+      {"'~'/x", "[~/x]"},
+      {"\\~", "[~]"},
+      {"~root/x", "[/root/x]"},
+      {"~no_such_user_here", "[~no_such_user_here]"},
   };
   for (const Case& c : kCases) EXPECT_EQ(c.expected, Expand(c.words)) << c.words;
   setenv("HOME", "/with space*", 1);
@@ -121,12 +157,8 @@ TEST_F(WordexpTest, field_splitting_on_ifs) {
     const char* value;
     const char* expected;
   } kCases[] = {
-      {nullptr, " a \t b\n", "[a][b]"},
-      {":", "p:q::r", "[p][q][][r]"},
-      {":", ":p:", "[][p]"},
-      {" :", " p : q  ", "[p][q]"},
-      {" :", "p::q", "[p][][q]"},
-      {"", "a b", "[a b]"},
+      {nullptr, " a \t b\n", "[a][b]"}, {":", "p:q::r", "[p][q][][r]"}, {":", ":p:", "[][p]"},
+      {" :", " p : q  ", "[p][q]"},     {" :", "p::q", "[p][][q]"},     {"", "a b", "[a b]"},
       {"x", "axb c", "[a][b c]"},
   };
   for (const auto& c : kCases) {
@@ -143,11 +175,21 @@ TEST_F(WordexpTest, field_splitting_on_ifs) {
 
 TEST_F(WordexpTest, arithmetic) {
   static const Case kCases[] = {
-      {"$((1+2*3))", "[7]"},     {"$(( (1+2)*3 ))", "[9]"},  {"$((N*N))", "[49]"},
-      {"$(($N-10))", "[-3]"},    {"$((-7/2)) $((-7%2))", "[-3][-1]"}, {"$((1<<10))", "[1024]"},
-      {"$((0x1f+010))", "[39]"}, {"$((3>2 && 2>=2))", "[1]"}, {"$((!0 + ~0))", "[0]"},
-      {"$((U+1))", "[1]"},       {"$((1/0))", "error 5"},  {"$((1+))", "error 5"},
-      {"$((2 3))", "error 5"},   {"x$((4|1))y", "[x5y]"},   {"$((7 != 7 || 6 == 6))", "[1]"},
+      {"$((1+2*3))", "[7]"},
+      {"$(( (1+2)*3 ))", "[9]"},
+      {"$((N*N))", "[49]"},
+      {"$(($N-10))", "[-3]"},
+      {"$((-7/2)) $((-7%2))", "[-3][-1]"},
+      {"$((1<<10))", "[1024]"},
+      {"$((0x1f+010))", "[39]"},
+      {"$((3>2 && 2>=2))", "[1]"},
+      {"$((!0 + ~0))", "[0]"},
+      {"$((U+1))", "[1]"},
+      {"$((1/0))", "error 5"},
+      {"$((1+))", "error 5"},
+      {"$((2 3))", "error 5"},
+      {"x$((4|1))y", "[x5y]"},
+      {"$((7 != 7 || 6 == 6))", "[1]"},
   };
   for (const Case& c : kCases) EXPECT_EQ(c.expected, Expand(c.words)) << c.words;
 }
@@ -176,13 +218,20 @@ TEST_F(WordexpTest, nocmd_undef_and_showerr) {
     int flags;
     const char* expected;
   } kCases[] = {
-      {"$(echo hi)", kNoCmd, "error 4"}, {"`echo hi`", kNoCmd, "error 4"},
-      {"\"$(x)\"", kNoCmd, "error 4"},   {"'$(x)'", kNoCmd, "[$(x)]"},
-      {"\\$(x)", kNoCmd, "error 2"},     {"$((1+1))", kNoCmd, "[2]"},
-      {"$U", kUndef, "error 3"},         {"${U}", kUndef, "error 3"},
-      {"${#U}", kUndef, "error 3"},      {"${U:-ok}", kUndef, "[ok]"},
-      {"$E", kUndef, ""},                {"${U?}", 0, "error 3"},
-      {"${E:?}", 0, "error 3"},          {"${E?}", 0, ""},
+      {"$(echo hi)", kNoCmd, "error 4"},
+      {"`echo hi`", kNoCmd, "error 4"},
+      {"\"$(x)\"", kNoCmd, "error 4"},
+      {"'$(x)'", kNoCmd, "[$(x)]"},
+      {"\\$(x)", kNoCmd, "error 2"},
+      {"$((1+1))", kNoCmd, "[2]"},
+      {"$U", kUndef, "error 3"},
+      {"${U}", kUndef, "error 3"},
+      {"${#U}", kUndef, "error 3"},
+      {"${U:-ok}", kUndef, "[ok]"},
+      {"$E", kUndef, ""},
+      {"${U?}", 0, "error 3"},
+      {"${E:?}", 0, "error 3"},
+      {"${E?}", 0, ""},
   };
   for (const auto& c : kCases) EXPECT_EQ(c.expected, Expand(c.words, c.flags)) << c.words;
   static_assert(kCmdSub == 4 && kBadVal == 3 && kBadChar == 2 && kSyntax == 5);
