@@ -2,6 +2,8 @@
 // categories 0..12 except LC_ALL itself). The locale object is opaque here.
 #pragma once
 
+#include <sys/types.h>  // a libc header first: it says whether this is bionic
+
 inline constexpr int kHostLcAllMask = 0x1fbf;
 
 #if defined(__BIONIC__)
