@@ -1,7 +1,6 @@
 // Small <unistd.h>, <ulimit.h> and <stdio.h> functions that bionic lacks, on its calls.
 #include <fcntl.h>
 #include <limits.h>
-#include <pwd.h>
 #include <stdarg.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -15,6 +14,7 @@
 #include "host/bionic_errno.h"
 #include "host/bionic_paths.h"
 #include "host/bionic_resource.h"
+#include "host/bionic_pwd.h"
 
 namespace {
 
@@ -121,9 +121,10 @@ KELP_ENTRY(char*, cuserid, (char* buf)) {
   static char own[kCuseridSize];
   char* out = buf != nullptr ? buf : own;
   out[0] = '\0';
-  struct passwd record, *found = nullptr;
+  HostPasswd record = {};
+  HostPasswd* found = nullptr;
   char scratch[1024];
-  if (getpwuid_r(geteuid(), &record, scratch, sizeof scratch, &found) != 0 || found == nullptr) {
+  if (BionicGetpwuidR(geteuid(), &record, scratch, sizeof scratch, &found) != 0 || found == nullptr) {
     return nullptr;
   }
   size_t length = strnlen(found->pw_name, kCuseridSize - 1);

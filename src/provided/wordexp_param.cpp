@@ -2,13 +2,13 @@
 // their default, alternative, error and pattern-removal forms, and tilde prefixes. Assignment
 // forms substitute like the default forms and leave the environment alone.
 #include <fnmatch.h>
-#include <pwd.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 #include <unistd.h>
 
 #include "provided/wordexp_internal.h"
+#include "host/bionic_pwd.h"
 
 namespace kelp_wordexp {
 
@@ -124,7 +124,8 @@ int Expander::Tilde(const char** p, const char* end) {
     memcpy(user, *p + 1, n);
     user[n] = '\0';
     if (n == 0) home = getenv("HOME");
-    struct passwd* pw = home != nullptr ? nullptr : (n == 0 ? getpwuid(getuid()) : getpwnam(user));
+    HostPasswd* pw =
+        home != nullptr ? nullptr : (n == 0 ? BionicGetpwuid(getuid()) : BionicGetpwnam(user));
     if (pw != nullptr) home = pw->pw_dir;
   }
   if (home == nullptr) {
