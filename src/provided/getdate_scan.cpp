@@ -69,11 +69,11 @@ int MatchNames(const char** s, const char* const* names, int count) {
   return -1;
 }
 
-bool ScanNumber(const char** s, const Numeric& spec, int* value) {
+bool ScanNumber(const char** s, const Numeric& conv, int* value) {
   const char* p = SkipSpace(*s);
   int v = 0, n = 0;
-  while (n < spec.digits && p[n] >= '0' && p[n] <= '9') v = v * 10 + (p[n++] - '0');
-  if (n == 0 || v < spec.low || v > spec.high) return false;
+  while (n < conv.digits && p[n] >= '0' && p[n] <= '9') v = v * 10 + (p[n++] - '0');
+  if (n == 0 || v < conv.low || v > conv.high) return false;
   *s = p + n;
   *value = v;
   return true;
@@ -152,10 +152,10 @@ bool Convert(char c, const char** s, DateFields* f) {
   for (const Composite& comp : kComposites) {
     if (comp.conversion == c) return MatchFrom(comp.pattern, s, f);
   }
-  for (const Numeric& spec : kNumerics) {
-    if (spec.conversion != c) continue;
+  for (const Numeric& conv : kNumerics) {
+    if (conv.conversion != c) continue;
     int v;
-    if (!ScanNumber(s, spec, &v)) return false;
+    if (!ScanNumber(s, conv, &v)) return false;
     StoreNumber(c, v, f);
     return true;
   }

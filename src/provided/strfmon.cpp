@@ -57,49 +57,49 @@ int Number(const char** p, int limit) {
 }
 
 // Parses flags, width and precisions after '%'; false when the specification is malformed.
-bool ParseSpec(const char** p, Spec* spec) {
+bool ParseSpec(const char** p, Spec* conv) {
   for (;; ++*p) {
     char c = **p;
     if (c == '=') {
       if ((*p)[1] == '\0') return false;
-      spec->fill = *++*p;
+      conv->fill = *++*p;
     } else if (c == '+' || c == '(') {
-      if (spec->sign_seen) return false;  // one sign style only
-      spec->sign_seen = true;
-      spec->parentheses = c == '(';
+      if (conv->sign_seen) return false;  // one sign style only
+      conv->sign_seen = true;
+      conv->parentheses = c == '(';
     } else if (c == '-') {
-      spec->left_justify = true;
+      conv->left_justify = true;
     } else if (c != '^' && c != '!') {
       break;
     }
   }
-  spec->width = Number(p, INT_MAX / 2);
+  conv->width = Number(p, INT_MAX / 2);
   if (**p == '#') {
     ++*p;
     if (**p < '0' || **p > '9') return false;  // '#' needs its digit count
-    spec->left = Number(p, kMaxPrecision);
+    conv->left = Number(p, kMaxPrecision);
   }
   if (**p == '.') {
     ++*p;
-    spec->right = Number(p, kMaxPrecision);
+    conv->right = Number(p, kMaxPrecision);
   }
   return **p == 'i' || **p == 'n';
 }
 
 // Formats one amount into `field` (sign, digits, radix); returns its length.
-size_t FormatAmount(const Spec& spec, double value, char* field, size_t size) {
+size_t FormatAmount(const Spec& conv, double value, char* field, size_t size) {
   bool negative = signbit(value);
   char digits[kMaxPrecision + 320];
-  snprintf(digits, sizeof(digits), "%.*f", spec.right, fabs(value));
+  snprintf(digits, sizeof(digits), "%.*f", conv.right, fabs(value));
   size_t whole = strcspn(digits, ".");
-  const char* open = negative ? (spec.parentheses ? "(" : "-") : (spec.left >= 0 ? " " : "");
-  const char* close = !spec.parentheses ? "" : (negative ? ")" : (spec.left >= 0 ? " " : ""));
+  const char* open = negative ? (conv.parentheses ? "(" : "-") : (conv.left >= 0 ? " " : "");
+  const char* close = !conv.parentheses ? "" : (negative ? ")" : (conv.left >= 0 ? " " : ""));
   size_t n = 0;
   auto add = [&](const char* text, size_t len) {
     for (size_t i = 0; i < len && n < size; ++i) field[n++] = text[i];
   };
   add(open, strlen(open));
-  for (int i = static_cast<int>(whole); i < spec.left && n < size; ++i) field[n++] = spec.fill;
+  for (int i = static_cast<int>(whole); i < conv.left && n < size; ++i) field[n++] = conv.fill;
   add(digits, strlen(digits));
   add(close, strlen(close));
   return n;
@@ -114,13 +114,13 @@ ssize_t Format(char* s, size_t max, const char* format, va_list ap) {
       continue;
     }
     ++p;
-    Spec spec;
-    if (!ParseSpec(&p, &spec)) return errno = EINVAL, -1;
+    Spec conv;
+    if (!ParseSpec(&p, &conv)) return errno = EINVAL, -1;
     char field[2 * kMaxPrecision + 340];
-    size_t n = FormatAmount(spec, va_arg(ap, double), field, sizeof(field));
-    size_t pad = static_cast<size_t>(spec.width) > n ? spec.width - n : 0;
-    if ((!spec.left_justify && !out.Repeat(' ', pad)) || !out.Put(field, n) ||
-        (spec.left_justify && !out.Repeat(' ', pad))) {
+    size_t n = FormatAmount(conv, va_arg(ap, double), field, sizeof(field));
+    size_t pad = static_cast<size_t>(conv.width) > n ? conv.width - n : 0;
+    if ((!conv.left_justify && !out.Repeat(' ', pad)) || !out.Put(field, n) ||
+        (conv.left_justify && !out.Repeat(' ', pad))) {
       return errno = E2BIG, -1;
     }
   }
