@@ -18,7 +18,7 @@ namespace {
 constexpr int kDefaultFraction = 2;
 constexpr int kMaxPrecision = 340;  // keeps the digits of any double within the staging buffer
 
-struct Spec {
+struct Conversion {
   char fill = ' ';
   bool parentheses = false;
   bool sign_seen = false;
@@ -56,8 +56,8 @@ int Number(const char** p, int limit) {
   return v > limit ? limit : v;
 }
 
-// Parses flags, width and precisions after '%'; false when the specification is malformed.
-bool ParseSpec(const char** p, Spec* conv) {
+// Parses flags, width and precisions after '%'; false when the conversion is malformed.
+bool ParseConversion(const char** p, Conversion* conv) {
   for (;; ++*p) {
     char c = **p;
     if (c == '=') {
@@ -87,7 +87,7 @@ bool ParseSpec(const char** p, Spec* conv) {
 }
 
 // Formats one amount into `field` (sign, digits, radix); returns its length.
-size_t FormatAmount(const Spec& conv, double value, char* field, size_t size) {
+size_t FormatAmount(const Conversion& conv, double value, char* field, size_t size) {
   bool negative = signbit(value);
   char digits[kMaxPrecision + 320];
   snprintf(digits, sizeof(digits), "%.*f", conv.right, fabs(value));
@@ -114,8 +114,8 @@ ssize_t Format(char* s, size_t max, const char* format, va_list ap) {
       continue;
     }
     ++p;
-    Spec conv;
-    if (!ParseSpec(&p, &conv)) return errno = EINVAL, -1;
+    Conversion conv;
+    if (!ParseConversion(&p, &conv)) return errno = EINVAL, -1;
     char field[2 * kMaxPrecision + 340];
     size_t n = FormatAmount(conv, va_arg(ap, double), field, sizeof(field));
     size_t pad = static_cast<size_t>(conv.width) > n ? conv.width - n : 0;
